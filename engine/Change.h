@@ -1,0 +1,35 @@
+// One change of a table: memo texts, record and count, begun and ended together under the locks
+// that it needs. Everything that makes a change whole for other programs and after a kill is here.
+//
+// Order of locks: record, append, memo. Order of writing: memo blocks, then the record that refers
+// to them, then the count that makes an appended record exist.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/File.h"
+
+namespace zk::engine {
+
+class Table;
+
+class Change {
+ public:
+  explicit Change(Table &table) noexcept : table_(table) {}
+
+  // Writes the record buffer behind the last record; `number` is its number then.
+  int append(std::uint32_t &number) noexcept;
+  // Writes the record buffer over record `number`.
+  int update(std::uint32_t number) noexcept;
+
+ private:
+  int writeMemos() noexcept;
+  int appendToFile(std::uint32_t number) noexcept;
+  std::uint64_t recordLockByte(std::uint32_t number) const noexcept;
+  int finish(int status) noexcept;
+
+  Table &table_;
+  RangeLock lock_;
+};
+
+}  // namespace zk::engine

@@ -1,0 +1,145 @@
+#include "engine/FilePair.h"
+
+#include <utility>
+
+#include "engine/FileNames.h"
+#include "platform/Path.h"
+
+namespace zk::engine {
+namespace {
+
+using platform::IoStatus;
+
+constexpr char kNewSuffix[] = ".zknew";
+
+base::String newNameOf(const base::String &path) { return path + kNewSuffix; }
+
+// Whether the new memo file belongs to the table in place.
+bool isInterrupted(const base::String &newTable, const base::String &newMemo) {
+  return platform::pathExists(newMemo.c_str()) && !platform::pathExists(newTable.c_str());
+}
+
+}  // namespace
+
+FilePair::~FilePair() {
+  // Where open files can be removed they are still ours then; once closed, another program may
+  // have begun to write files of these names.
+  if (platform::hasShareModes()) closeFiles();
+  if (begun_ && !tableInPlace_) {
+    // The memo file first: alone it would count as belonging to the table in place.
+    if (!newMemoPath_.empty()) platform::removeFile(newMemoPath_.c_str());
+    platform::removeFile(newTablePath_.c_str());
+  }
+  closeFiles();
+}
+
+void FilePair::closeFiles() noexcept {
+  table_.close();
+  memo_.file().close();
+}
+
+int FilePair::begin(const char *path, bool withMemo) {
+  tablePath_ = platform::finalPath(path);
+  newTablePath_ = newNameOf(tablePath_);
+  // Beside the name that was given, as opening looks for it: that may be a link.
+  memoPath_ = platform::finalPath(platform::nativePath(companionName(path, "FPT").c_str()).c_str());
+  newMemoPath_ = newNameOf(memoPath_);
+  if (isInterrupted(newTablePath_, newMemoPath_)) {
+    const IoStatus done = platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str());
+    if (done != IoStatus::kOk) return refused(kErrRenaming, memoPath_);
+  }
+  int status = table_.create(context_, newTablePath_.c_str());
+  if (status != kOk) return status;
+  begun_ = true;
+  // What an earlier attempt left behind must not outlive this one.
+  platform::removeFile(newMemoPath_.c_str());
+  if (!withMemo) {
+    newMemoPath_.clear();
+    return kOk;
+  }
+  return memo_.file().create(context_, newMemoPath_.c_str());
+}
+
+int FilePair::rename() noexcept {
+  if (platform::replaceFile(newTablePath_.c_str(), tablePath_.c_str()) != IoStatus::kOk) {
+    return refused(kErrRenaming, tablePath_);
+  }
+  tableInPlace_ = true;
+  if (newMemoPath_.empty()) return kOk;
+  if (platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str()) != IoStatus::kOk) {
+    return refused(kErrRenaming, memoPath_);
+  }
+  return kOk;
+}
+
+int FilePair::putInPlaceOfUnopened() {
+  File existing;
+  if (platform::pathExists(tablePath_.c_str())) {
+    if (context_.settings.refuseOverwrite) return refused(kErrCreating, tablePath_);
+    const int status = existing.open(context_, tablePath_.c_str(), OpenMode::kExclusive, true);
+    if (status != kOk || existing.readOnly()) return refused(kErrCreating, tablePath_);
+  }
+  if (platform::hasShareModes()) {
+    existing.close();
+    closeFiles();
+  }
+  return rename();
+}
+
+int FilePair::replace(File &liveTable, Memo *liveMemo) {
+  int status = table_.sync();
+  if (status == kOk && liveMemo != nullptr) status = memo_.file().sync();
+  if (status != kOk) return status;
+  const OpenMode mode = liveTable.mode();
+
+  if (platform::hasShareModes()) {
+    // Open files cannot be renamed there.
+    closeFiles();
+    liveTable.close();
+    if (liveMemo != nullptr) liveMemo->file().close();
+    status = rename();
+    const int opened = liveTable.open(context_, tablePath_.c_str(), mode, true);
+    if (status == kOk) status = opened;
+    if (liveMemo != nullptr) {
+      const int memoOpened = liveMemo->open(context_, memoPath_.c_str(), mode);
+      if (status == kOk) status = memoOpened;
+    }
+    return status;
+  }
+
+  platform::copyAttributes(liveTable.handle(), table_.handle());
+  if (liveMemo != nullptr) {
+    platform::copyAttributes(liveMemo->file().handle(), memo_.file().handle());
+  }
+  status = rename();
+  if (!tableInPlace_) return status;
+  // From here on the new files are the table, even when the memo file kept its new name: the next
+  // opener gives it the right one.
+  table_.setPath(std::move(tablePath_));  // must not fail from here on
+  liveTable.takeOver(table_);
+  liveTable.settleIntoMode(mode);
+  if (liveMemo != nullptr) {
+    memo_.file().setPath(std::move(memoPath_));
+    liveMemo->file().takeOver(memo_.file());
+    liveMemo->file().settleIntoMode(mode);
+  }
+  return status;
+}
+
+int FilePair::completeInterrupted(File &table, const char *memoPath) {
+  const base::String memo = platform::finalPath(memoPath);
+  const base::String newMemo = newNameOf(memo);
+  const base::String newTable = newNameOf(platform::finalPath(table.path().c_str()));
+  if (!isInterrupted(newTable, newMemo)) return kOk;
+  if (table.readOnly()) return table.context().fail(kErrOpening, memoPath);
+  RangeLock lock;
+  const int status = lock.acquire(table, kAppendLockByte, 1);
+  if (status != kOk) return status;
+  if (!isInterrupted(newTable, newMemo)) return kOk;  // another opener was faster
+  if (platform::replaceFile(newMemo.c_str(), memo.c_str()) != IoStatus::kOk) {
+    return table.context().fail(kErrRenaming, memoPath);
+  }
+  return kOk;
+}
+
+}  // namespace zk::engine

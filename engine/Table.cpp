@@ -1,0 +1,554 @@
+#include "engine/Table.h"
+
+#include <cstring>
+
+#include "base/Guard.h"
+#include "engine/Bytes.h"
+#include "engine/Change.h"
+#include "engine/FileNames.h"
+#include "engine/FilePair.h"
+#include "engine/Pack.h"
+#include "platform/Path.h"
+#include "platform/System.h"
+
+namespace zk::engine {
+namespace {
+
+constexpr std::size_t kLongestFieldName = 256;
+constexpr std::uint16_t kNewMemoBlockSize = 64;
+
+// A name as the hash sees it: 11 bytes, zero-filled.
+struct PackedName {
+  std::uint64_t low = 0;
+  std::uint32_t high = 0;
+  std::size_t hash() const {
+    std::uint64_t mixed = (low ^ (static_cast<std::uint64_t>(high) << 17)) * 0x9E3779B97F4A7C15u;
+    return static_cast<std::size_t>(mixed >> 32);
+  }
+  bool operator==(const PackedName &) const = default;
+};
+
+PackedName pack(const char (&name)[12]) {
+  PackedName packed;
+  std::memcpy(&packed.low, name, 8);
+  std::memcpy(&packed.high, name + 8, 4);
+  return packed;
+}
+
+}  // namespace
+
+void FieldNames::build(const base::Vector<Field> &fields) {
+  std::size_t size = 4;
+  while (size < 2 * fields.size()) size *= 2;
+  slots_.assign(size, 0);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const PackedName name = pack(fields[i].name);
+    std::size_t slot = name.hash() & (size - 1);
+    // Of equal names the first in the table's order is found.
+    while (slots_[slot] != 0 && pack(fields[slots_[slot] - 1u].name) != name) {
+      slot = (slot + 1) & (size - 1);
+    }
+    if (slots_[slot] == 0) slots_[slot] = static_cast<std::uint16_t>(i + 1);
+  }
+}
+
+const Field *FieldNames::find(const base::Vector<Field> &fields, const char *name) const noexcept {
+  const unsigned char *upper = platform::upperCaseMap();
+  char bytes[12] = {};
+  std::size_t length = 0;
+  for (std::size_t i = 0; name[i] != '\0' && i < kLongestFieldName; ++i) {
+    if (name[i] == ' ') continue;  // counts only when something follows
+    if (i >= sizeof bytes - 1) return nullptr;
+    while (length < i) bytes[length++] = ' ';
+    bytes[length++] = static_cast<char>(upper[static_cast<unsigned char>(name[i])]);
+  }
+  const PackedName wanted = pack(bytes);
+  const std::size_t mask = slots_.size() - 1;
+  for (std::size_t slot = wanted.hash() & mask; slots_[slot] != 0; slot = (slot + 1) & mask) {
+    const Field &field = fields[slots_[slot] - 1u];
+    if (pack(field.name) == wanted) return &field;
+  }
+  return nullptr;
+}
+
+// ---- Opening and closing
+
+Table::Table(Context &context) noexcept : context_(context), cache_(file_) {}
+
+Table::~Table() { detach(); }
+
+void Table::attach() noexcept {
+  // At the end, so that tables are closed in the order of opening.
+  Table **link = &context_.firstTable_;
+  while (*link != nullptr) link = &(*link)->next_;
+  *link = this;
+  attached_ = true;
+}
+
+void Table::detach() noexcept {
+  if (!attached_) return;
+  Table **link = &context_.firstTable_;
+  while (*link != this) link = &(*link)->next_;
+  *link = next_;
+  attached_ = false;
+}
+
+Table *Table::open(Context &context, const char *name) noexcept {
+  const int mode = context.settings.openMode;
+  if (name == nullptr || name[0] == '\0' || mode < 0 || mode > 2) {
+    context.fail(kErrParameter, name);
+    return nullptr;
+  }
+  Table *opened = base::guarded(static_cast<Table *>(nullptr), [&]() -> Table * {
+    base::Owned<Table> table = base::make<Table>(context);
+    if (table == nullptr) throw std::bad_alloc();
+    if (table->openFiles(name) != kOk) return nullptr;
+    table->attach();
+    return table.release();
+  });
+  // A refused allocation is the one failure that has not been recorded on its way here.
+  if (opened == nullptr && context.errorCode() == 0) context.fail(kErrMemory, name);
+  return opened;
+}
+
+int Table::openFiles(const char *name) {
+  const base::String path = platform::nativePath(withDefaultExtension(name, "DBF").c_str());
+  const auto mode = static_cast<OpenMode>(context_.settings.openMode);
+  int status = file_.open(context_, path.c_str(), mode, true);
+  if (status != kOk) return status;
+  FieldFacts facts;
+  status = readHeader(file_, header_, fields_, facts);
+  if (status != kOk) return status;
+  for (Field &field : fields_) field.table = this;
+  names_.build(fields_);
+  cache_.setLayout(header_.headerLength, header_.recordLength);
+  chooseReadOnlyReason(facts);
+  if (facts.memo) status = openMemo();
+  if (status == kOk && header_.hasProductionIndex()) status = findProductionIndex();
+  if (status == kOk) status = allocateBuffers();
+  if (status == kOk) status = refreshCount();
+  if (status == kOk) status = top();
+  return status == kEndOfFile ? kOk : status;
+}
+
+void Table::chooseReadOnlyReason(const FieldFacts &facts) noexcept {
+  if (file_.readOnly()) {
+    readOnlyReason_ = "the file is read-only";
+  } else if (facts.unknownType) {
+    readOnlyReason_ = "it has fields of an unknown type";
+  } else if (facts.autoIncrement) {
+    readOnlyReason_ = "it has an autoincrement field";
+  }
+}
+
+int Table::openMemo() {
+  const base::String path =
+      platform::nativePath(companionName(file_.path().c_str(), "FPT").c_str());
+  int status = FilePair::completeInterrupted(file_, path.c_str());
+  if (status != kOk) return status;
+  memo_ = base::make<Memo>();
+  if (memo_ == nullptr) return context_.fail(kErrMemory);
+  status = memo_->open(context_, path.c_str(), file_.mode());
+  if (status != kOk) return status;
+  if (memo_->file().readOnly() && readOnlyReason_ == nullptr) {
+    readOnlyReason_ = "the memo file is read-only";
+  }
+  std::size_t memos = 0;
+  for (const Field &field : fields_) memos += field.isMemo() ? 1 : 0;
+  memoTexts_.resize(memos);
+  return kOk;
+}
+
+// An index that cannot be maintained must not fall behind.
+int Table::findProductionIndex() {
+  if (!context_.settings.openProductionIndex || readOnlyReason_ != nullptr) return kOk;
+  const base::String path =
+      platform::nativePath(companionName(file_.path().c_str(), "CDX").c_str());
+  if (platform::pathExists(path.c_str())) {
+    readOnlyReason_ = "its production index cannot be maintained";
+  }
+  return kOk;
+}
+
+int Table::allocateBuffers() noexcept {
+  const std::size_t size = static_cast<std::size_t>(header_.recordLength) + 1;
+  buffers_.reset(static_cast<char *>(base::allocate(3 * size)));
+  if (buffers_ == nullptr) return context_.fail(kErrMemory);
+  record_ = buffers_.get();
+  spare_ = record_ + size;
+  char *blank = spare_ + size;
+  blank[0] = ' ';
+  blank[size - 1] = '\0';
+  for (const Field &field : fields_) blankField(field, blank + field.offset);
+  blank_ = blank;
+  std::memcpy(record_, blank_, size);
+  return kOk;
+}
+
+Table *Table::create(Context &context, const char *name, const FieldDefinition *definitions,
+                     std::size_t count) noexcept {
+  if (name == nullptr || name[0] == '\0') {
+    context.fail(kErrParameter);
+    return nullptr;
+  }
+  const int status = base::guarded(kErrMemory, [&] {
+    base::Vector<char> header;
+    bool memo = false;
+    const char *text = nullptr;
+    const int code = buildHeader(definitions, count, header, memo, text);
+    if (code != kOk) return context.fail(code, name, text);
+
+    const base::String path = platform::nativePath(withDefaultExtension(name, "DBF").c_str());
+    FilePair files(context);
+    int result = files.begin(path.c_str(), memo);
+    if (result == kOk) result = files.table().write(0, header.data(), header.size());
+    if (result == kOk && memo) result = files.memo().adopt(kNewMemoBlockSize);
+    return result == kOk ? files.putInPlaceOfUnopened() : result;
+  });
+  if (status == kErrMemory && context.errorCode() == 0) context.fail(kErrMemory, name);
+  return status == kOk ? open(context, name) : nullptr;
+}
+
+int Table::close() noexcept {
+  int result = settleChange();
+  changed_ = false;  // what could not be written is dropped
+  const int flushed = flush();
+  if (result == kOk) result = flushed;
+  if (memo_ != nullptr) {
+    const int memoClosed = memo_->file().close();
+    if (result == kOk) result = memoClosed;
+  }
+  const int closed = file_.close();
+  if (result == kOk) result = closed;
+  base::Owned<Table> self(this);
+  return result;
+}
+
+// ---- Position
+
+int Table::refreshCount() noexcept {
+  unsigned char bytes[4];
+  int status = file_.read(4, bytes, sizeof bytes);
+  std::uint64_t length = 0;
+  if (status == kOk) status = file_.length(length);
+  if (status != kOk) return status;
+  std::uint32_t count = readLittle32(bytes);
+  const std::uint64_t data = length > header_.headerLength ? length - header_.headerLength : 0;
+  const std::uint64_t whole = data / header_.recordLength;
+  if (whole < count) count = static_cast<std::uint32_t>(whole);
+  count_ = count < INT32_MAX ? count : INT32_MAX;
+  return kOk;
+}
+
+std::uint32_t Table::recordCount() noexcept {
+  if (rereads()) refreshCount();
+  return count_;
+}
+
+void Table::beginScan() noexcept {
+  cache_.forget();
+  scanning_ = true;
+}
+
+void Table::endScan() noexcept {
+  scanning_ = false;
+  if (file_.othersMayWrite()) cache_.forget();
+}
+
+void Table::forgetMemoTexts() noexcept {
+  if (!memoTouched_) return;
+  for (MemoText &memo : memoTexts_) memo.loaded = memo.changed = false;
+  memoTouched_ = false;
+}
+
+void Table::blankRecord() noexcept {
+  forgetMemoTexts();
+  std::memcpy(record_, blank_, header_.recordLength);
+  loadedFrom_ = 0;
+  changed_ = false;
+}
+
+int Table::load(std::uint32_t number) noexcept {
+  const int status = rereads() ? file_.read(cache_.offsetOf(number), spare_, header_.recordLength)
+                               : cache_.read(number, count_, spare_);
+  if (status != kOk) return status;
+  forgetMemoTexts();
+  char *const loaded = spare_;
+  spare_ = record_;
+  record_ = loaded;
+  recordNumber_ = number;
+  loadedFrom_ = number;
+  changed_ = false;
+  bof_ = eof_ = false;
+  return kOk;
+}
+
+int Table::settleChange() noexcept {
+  if (!changed_ || appending_ || eof_ || recordNumber_ == 0) return kOk;
+  if (readOnlyReason_ != nullptr) {
+    changed_ = false;  // it never can be written: reported once, then the table moves on
+    return refuseWriting();
+  }
+  return writeCurrent();
+}
+
+int Table::leaveRecord() noexcept {
+  if (appending_) {
+    appending_ = false;
+    changed_ = false;
+    recordNumber_ = appendedFrom_;
+    return kOk;
+  }
+  return settleChange();
+}
+
+int Table::moveToEnd() noexcept {
+  blankRecord();
+  recordNumber_ = count_ + 1;
+  eof_ = true;
+  bof_ = count_ == 0;
+  return kEndOfFile;
+}
+
+int Table::top() noexcept {
+  int status = leaveRecord();
+  if (status == kOk && rereads()) status = refreshCount();
+  if (status != kOk) return status;
+  if (count_ == 0) return moveToEnd();
+  return load(1);
+}
+
+int Table::bottom() noexcept {
+  int status = leaveRecord();
+  if (status == kOk && rereads()) status = refreshCount();
+  if (status != kOk) return status;
+  if (count_ == 0) return moveToEnd();
+  return load(count_);
+}
+
+int Table::go(std::int64_t number) noexcept {
+  int status = leaveRecord();
+  if (status == kOk && number > count_ && rereads()) status = refreshCount();
+  if (status != kOk) return status;
+  if (number < 1 || number > count_) return context_.fail(kErrParameter, path().c_str());
+  return load(static_cast<std::uint32_t>(number));
+}
+
+int Table::skip(std::int64_t count) noexcept {
+  int status = leaveRecord();
+  if (status != kOk) return status;
+  if (count == 0) {
+    if (eof_) return kEndOfFile;
+    return loadedFrom_ == recordNumber_ ? kOk : load(recordNumber_);  // after an abandoned append
+  }
+  const std::int64_t target = recordNumber_ + count;
+  if (count > 0) {
+    if (target > count_ && rereads()) status = refreshCount();
+    if (status != kOk) return status;
+    return target > count_ ? moveToEnd() : load(static_cast<std::uint32_t>(target));
+  }
+  if (target >= 1) return load(static_cast<std::uint32_t>(target));
+  if (count_ > 0) {
+    status = load(1);
+    if (status != kOk) return status;
+  } else {
+    moveToEnd();
+  }
+  bof_ = true;
+  return kBeginningOfFile;
+}
+
+// ---- The current record
+
+const Field *Table::findField(const char *name) const noexcept {
+  const Field *field = names_.find(fields_, name);
+  if (field == nullptr && context_.settings.unknownFieldIsError) {
+    context_.fail(kErrFieldName, name);
+  }
+  return field;
+}
+
+void Table::setDeleted(bool deleted) noexcept {
+  const char mark = deleted ? '*' : ' ';
+  if (record_[0] != mark) changeRecord()[0] = mark;
+}
+
+int Table::memoText(const Field &field, std::string_view &text) noexcept {
+  MemoText &memo = memoTexts_[static_cast<std::size_t>(field.memoNumber)];
+  if (!memo.loaded) {
+    const std::uint32_t block = readMemoReference(memoReference(field), field.width);
+    const int status = memo_->read(block, memo);
+    if (status != kOk) {
+      text = {};
+      return status;
+    }
+    memo.loaded = true;
+    memoTouched_ = true;
+  }
+  text = memo.text();
+  return kOk;
+}
+
+int Table::assignMemo(const Field &field, std::string_view text) noexcept {
+  MemoText &memo = memoTexts_[static_cast<std::size_t>(field.memoNumber)];
+  if (!memo.assign(text)) return context_.fail(kErrMemory);
+  memoTouched_ = true;
+  changed_ = true;
+  return kOk;
+}
+
+// Turns the memo references of the buffer into texts of their own, so that writing the buffer
+// elsewhere does not make two records share a block.
+int Table::detachMemoTexts() noexcept {
+  if (memo_ == nullptr) return kOk;
+  for (const Field &field : fields_) {
+    if (!field.isMemo()) continue;
+    std::string_view text;
+    const int status = memoText(field, text);
+    if (status != kOk) return status;
+  }
+  for (const Field &field : fields_) {
+    if (!field.isMemo()) continue;
+    MemoText &memo = memoTexts_[static_cast<std::size_t>(field.memoNumber)];
+    memo.changed = true;
+    memoTouched_ = true;
+    writeMemoReference(memoReference(field), field.width, 0);
+  }
+  return kOk;
+}
+
+int Table::refuseWriting() noexcept {
+  return context_.fail(kErrWriting, path().c_str(), "Attempt to write to a read-only file");
+}
+
+int Table::writeRecord(std::int64_t number) noexcept {
+  if (number < 1) return context_.fail(kErrParameter, path().c_str());
+  int status = kOk;
+  if (number > count_ && rereads()) status = refreshCount();
+  if (status != kOk) return status;
+  if (number > count_) return context_.fail(kErrParameter, path().c_str());
+  if (readOnlyReason_ != nullptr) return refuseWriting();
+
+  const auto target = static_cast<std::uint32_t>(number);
+  if (loadedFrom_ != target) status = detachMemoTexts();
+  if (status == kOk) status = Change(*this).update(target);
+  if (status != kOk) return status;
+  appending_ = false;
+  changed_ = false;
+  recordNumber_ = target;
+  loadedFrom_ = target;
+  bof_ = eof_ = false;
+  return kOk;
+}
+
+int Table::appendStart() noexcept {
+  int status = leaveRecord();
+  if (status == kOk && !eof_) status = detachMemoTexts();
+  if (status != kOk) return status;
+  record_[0] = ' ';
+  appendedFrom_ = recordNumber_;
+  recordNumber_ = 0;
+  loadedFrom_ = 0;
+  appending_ = true;
+  return kOk;
+}
+
+int Table::append() noexcept {
+  if (!appending_) return context_.fail(kErrParameter, path().c_str());
+  if (readOnlyReason_ != nullptr) return refuseWriting();
+  std::uint32_t number = 0;
+  const int status = Change(*this).append(number);
+  if (status != kOk) return status;
+  appending_ = false;
+  changed_ = false;
+  recordNumber_ = number;
+  loadedFrom_ = number;
+  bof_ = eof_ = false;
+  return kOk;
+}
+
+int Table::appendBlank() noexcept {
+  const int status = leaveRecord();
+  if (status != kOk) return status;
+  appendedFrom_ = recordNumber_;
+  const bool wasAtEnd = eof_;
+  blankRecord();
+  recordNumber_ = 0;
+  appending_ = true;
+  const int appended = append();
+  if (appended != kOk) {
+    appending_ = false;
+    recordNumber_ = appendedFrom_;
+    if (!wasAtEnd && load(appendedFrom_) != kOk) moveToEnd();
+  }
+  return appended;
+}
+
+// Another handle of this process cannot be closed while one waits for it.
+bool Table::hasOtherHandle() const noexcept {
+  for (const Table *table = context_.firstTable(); table != nullptr; table = table->next()) {
+    if (table != this && table->file_.identity() == file_.identity()) return true;
+  }
+  return false;
+}
+
+int Table::pack() noexcept {
+  int status = leaveRecord();
+  if (status == kOk) status = flush();
+  if (status != kOk) return status;
+  if (readOnlyReason_ != nullptr) return refuseWriting();
+  if (hasOtherHandle()) return kLocked;
+  status = base::guarded(kErrMemory, [this] { return Packer(*this).run(); });
+  if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory, path().c_str());
+  return status != kOk ? status : top();
+}
+
+// ---- Writing what is pending
+
+int Table::writeCount(std::uint32_t count) noexcept {
+  // Date and count lie side by side: bytes 1 to 7.
+  unsigned char bytes[7];
+  stampDate(bytes);
+  writeLittle32(bytes + 3, count);
+  const int status = file_.write(1, bytes, sizeof bytes);
+  if (status == kOk) updateDateDue_ = false;
+  return status;
+}
+
+void Table::stampDate(unsigned char *bytes) noexcept {
+  const platform::Date date = platform::today();
+  bytes[0] = static_cast<unsigned char>(date.year - 1900);
+  bytes[1] = static_cast<unsigned char>(date.month);
+  bytes[2] = static_cast<unsigned char>(date.day);
+}
+
+int Table::writeUpdateDate() noexcept {
+  unsigned char bytes[3];
+  stampDate(bytes);
+  const int status = file_.write(1, bytes, sizeof bytes);
+  if (status == kOk) updateDateDue_ = false;
+  return status;
+}
+
+platform::Date Table::lastUpdate() noexcept {
+  // Writers disagree about years from 2000 on: 100 and more, or the last two digits.
+  constexpr int kFirstYearOfTables = 80;
+  unsigned char bytes[3];
+  if (file_.read(1, bytes, sizeof bytes) != kOk) return {0, 0, 0};
+  if (bytes[1] < 1 || bytes[1] > 12 || bytes[2] < 1 || bytes[2] > 31) return {0, 0, 0};
+  return {bytes[0] + (bytes[0] < kFirstYearOfTables ? 2000 : 1900), bytes[1], bytes[2]};
+}
+
+int Table::flushTail() noexcept {
+  std::uint32_t last = 0;
+  const int status = cache_.writeTail(last);
+  return status == kOk && last != 0 ? writeCount(last) : status;
+}
+
+int Table::flush() noexcept {
+  int status = settleChange();
+  if (status == kOk) status = flushTail();
+  return status == kOk && updateDateDue_ ? writeUpdateDate() : status;
+}
+
+}  // namespace zk::engine

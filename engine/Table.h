@@ -1,0 +1,170 @@
+// An open table: its fields, the current record, and the operations of a record at a time.
+//
+// The record buffer is the record as the caller sees and changes it. A change is written when the
+// position moves or on demand (Change.h); where other programs may write, every move reads the
+// record from the file again.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/Memory.h"
+#include "engine/Context.h"
+#include "engine/Field.h"
+#include "engine/File.h"
+#include "engine/Header.h"
+#include "engine/Memo.h"
+#include "engine/RecordCache.h"
+#include "platform/System.h"
+
+namespace zk::engine {
+
+constexpr std::size_t kTextBufferSize = 520;  // hex digits of the widest field and more
+
+struct TextBuffer {
+  char *data;
+  std::size_t size;
+};
+
+// Field names to fields, by hashing the upper-cased name.
+class FieldNames {
+ public:
+  void build(const base::Vector<Field> &fields);  // throws std::bad_alloc
+  // Any spelling; at most 256 characters are looked at, trailing blanks do not count.
+  const Field *find(const base::Vector<Field> &fields, const char *name) const noexcept;
+
+ private:
+  base::Vector<std::uint16_t> slots_;  // field index + 1, 0 empty; a power of two of them
+};
+
+class Table {
+ public:
+  // Opens a table of that name (default extension "DBF"). Null with the error in the context.
+  static Table *open(Context &context, const char *name) noexcept;
+  // Creates a table and opens it shared. Null with the error in the context; what was there stays.
+  static Table *create(Context &context, const char *name, const FieldDefinition *fields,
+                       std::size_t count) noexcept;
+  // Writes what is pending, closes and frees the table; 0 or the code of what failed.
+  int close() noexcept;
+
+  // Use open and create; these are for their machinery.
+  explicit Table(Context &context) noexcept;
+  ~Table();
+  Table(const Table &) = delete;
+  Table &operator=(const Table &) = delete;
+
+  // ---- Position
+  int top() noexcept;
+  int bottom() noexcept;
+  int skip(std::int64_t count) noexcept;
+  int go(std::int64_t number) noexcept;  // -930 outside 1..count
+  bool atEnd() const noexcept { return eof_; }
+  bool atBeginning() const noexcept { return bof_; }
+  std::uint32_t recordNumber() const noexcept { return recordNumber_; }
+  // Looks at the file where others may append.
+  std::uint32_t recordCount() noexcept;
+
+  // Between these, moves read blocks of records in one go also where others may write: for a walk
+  // within one call.
+  void beginScan() noexcept;
+  void endScan() noexcept;
+
+  // ---- The current record
+  bool deleted() const noexcept { return record_[0] != ' '; }
+  void setDeleted(bool deleted) noexcept;
+  int writeRecord(std::int64_t number) noexcept;  // becomes the current one; -930 outside 1..count
+  int writeCurrent() noexcept { return writeRecord(recordNumber_); }
+  int appendStart() noexcept;
+  int append() noexcept;
+  int appendBlank() noexcept;
+  int pack() noexcept;
+  // Writes everything that is pending.
+  int flush() noexcept;
+
+  // ---- Facts
+  Context &context() const noexcept { return context_; }
+  const Header &header() const noexcept { return header_; }
+  const base::String &path() const noexcept { return file_.path(); }
+  const base::Vector<Field> &fields() const noexcept { return fields_; }
+  const Field *findField(const char *name) const noexcept;
+  bool hasMemoFile() const noexcept { return memo_ != nullptr; }
+  // As the file says now; month 0 when it is no date.
+  platform::Date lastUpdate() noexcept;
+  std::uint32_t memoBlockSize() const noexcept { return memo_ != nullptr ? memo_->blockSize() : 0; }
+  // Null when the table can be changed, else why it cannot.
+  const char *readOnlyReason() const noexcept { return readOnlyReason_; }
+  Table *next() const noexcept { return next_; }
+
+  // ---- For fields
+  const char *record() const noexcept { return record_; }
+  char *changeRecord() noexcept {
+    changed_ = true;
+    return record_;
+  }
+  TextBuffer textBuffer() noexcept { return {textBuffer_, sizeof textBuffer_}; }
+  int memoText(const Field &field, std::string_view &text) noexcept;
+  int assignMemo(const Field &field, std::string_view text) noexcept;
+
+ private:
+  friend class Change;
+  friend class Packer;
+
+  int openFiles(const char *name);
+  int openMemo();
+  int findProductionIndex();
+  int allocateBuffers() noexcept;
+  void chooseReadOnlyReason(const FieldFacts &facts) noexcept;
+  void attach() noexcept;
+  void detach() noexcept;
+
+  int leaveRecord() noexcept;  // writes a pending change, abandons a begun append
+  int settleChange() noexcept;
+  int load(std::uint32_t number) noexcept;
+  void blankRecord() noexcept;
+  void forgetMemoTexts() noexcept;
+  int detachMemoTexts() noexcept;
+  int moveToEnd() noexcept;
+  int refreshCount() noexcept;
+  bool rereads() const noexcept { return file_.othersMayWrite() && !scanning_; }
+  int refuseWriting() noexcept;
+  bool hasOtherHandle() const noexcept;
+  int flushTail() noexcept;
+  // Today as the header keeps it: year less 1900, month, day.
+  static void stampDate(unsigned char *bytes) noexcept;
+  int writeUpdateDate() noexcept;
+  int writeCount(std::uint32_t count) noexcept;
+  char *memoReference(const Field &field) noexcept { return record_ + field.offset; }
+
+  Context &context_;
+  Table *next_ = nullptr;
+  bool attached_ = false;
+
+  File file_;
+  base::Owned<Memo> memo_;
+  RecordCache cache_;
+  Header header_;
+  base::Vector<Field> fields_;
+  FieldNames names_;
+  base::Vector<MemoText> memoTexts_;
+  const char *readOnlyReason_ = nullptr;
+
+  std::uint32_t count_ = 0;         // records, the unwritten tail included
+  std::uint32_t recordNumber_ = 0;  // 0 during an append
+  std::uint32_t loadedFrom_ = 0;    // the record whose memo references the buffer holds
+  std::uint32_t appendedFrom_ = 0;  // where a begun append goes back to when abandoned
+  bool bof_ = false;
+  bool eof_ = false;
+  bool changed_ = false;    // the buffer differs from the record
+  bool appending_ = false;  // between appendStart and append
+  bool scanning_ = false;
+  bool memoTouched_ = false;    // some memo text is loaded or changed
+  bool updateDateDue_ = false;  // records were rewritten since the header's date was
+
+  base::OwnedBlock<char> buffers_;  // the three below, each one byte longer than a record
+  char *record_ = nullptr;
+  char *spare_ = nullptr;  // the next record is read here, then the two change places
+  const char *blank_ = nullptr;
+  char textBuffer_[kTextBufferSize];
+};
+
+}  // namespace zk::engine
