@@ -312,7 +312,7 @@ int ZK_CALL zk_LnkList_setPos(LnkList *list, int32_t index) {
   ZK_TRACE_EXITING(kTrace, zk_LnkList_setPos);
   if (list == nullptr) return 0;
   zk_LnkList_start(list);
-  while (index-- > 0 && stepForward(*list)) {
+  for (; index > 0 && stepForward(*list); --index) {
   }
   return 1;
 }

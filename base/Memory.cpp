@@ -8,19 +8,9 @@ namespace zk::base {
 AllocatorSlots allocatorSlots = {std::malloc, std::realloc, std::calloc, std::free};
 AllocationFailureHook allocationFailureHook = nullptr;
 
-namespace {
-
-// Kept out of line so that the ordinary path is a load, a call and a test.
-[[gnu::noinline, gnu::cold]] void *refused(AllocationKind kind, std::size_t size) noexcept {
+void *refused(AllocationKind kind, std::size_t size) noexcept {
   if (allocationFailureHook != nullptr) allocationFailureHook(kind, size);
   return nullptr;
-}
-
-}  // namespace
-
-void *allocate(std::size_t size) noexcept {
-  void *block = allocatorSlots.allocate != nullptr ? allocatorSlots.allocate(size) : nullptr;
-  return block != nullptr ? block : refused(AllocationKind::kAllocate, size);
 }
 
 void *reallocate(void *block, std::size_t size) noexcept {
@@ -37,10 +27,6 @@ void *allocateZeroed(std::size_t count, std::size_t size) noexcept {
                     ? allocatorSlots.allocateZeroed(count, size)
                     : nullptr;
   return block != nullptr ? block : refused(AllocationKind::kAllocateZeroed, size);
-}
-
-void release(void *block) noexcept {
-  if (block != nullptr && allocatorSlots.release != nullptr) allocatorSlots.release(block);
 }
 
 char *duplicate(const char *text, std::size_t length) noexcept {

@@ -32,14 +32,24 @@ enum class AllocationKind { kAllocate, kReallocate, kAllocateZeroed };
 using AllocationFailureHook = void (*)(AllocationKind kind, std::size_t size);
 extern AllocationFailureHook allocationFailureHook;
 
+// Tells the hook; null, for the caller to return.
+[[gnu::cold]] void *refused(AllocationKind kind, std::size_t size) noexcept;
+
 // Null when refused. A size of 0 is asked of the slot as it stands.
-void *allocate(std::size_t size) noexcept;
+inline void *allocate(std::size_t size) noexcept {
+  void *block = allocatorSlots.allocate != nullptr ? allocatorSlots.allocate(size) : nullptr;
+  return block != nullptr ? block : refused(AllocationKind::kAllocate, size);
+}
+
 // A null block allocates. The old block stays valid when refused. A size of 0 asks for 1 byte,
 // because a standard realloc of 0 may free the block.
 void *reallocate(void *block, std::size_t size) noexcept;
 void *allocateZeroed(std::size_t count, std::size_t size) noexcept;
+
 // Null is ignored.
-void release(void *block) noexcept;
+inline void release(void *block) noexcept {
+  if (block != nullptr && allocatorSlots.release != nullptr) allocatorSlots.release(block);
+}
 
 // A copy of `length` bytes with a NUL behind them; null when refused.
 char *duplicate(const char *text, std::size_t length) noexcept;
