@@ -1,0 +1,682 @@
+#!/usr/bin/env python3
+"""Tests of the command line: python3 tests/zktool_test.py PATH-TO-ZKTOOL [-v]
+
+Independent readers (python3-dbfread, pgdbf, libdbd-xbase-perl) check what zktool writes and reads.
+Tables written by other programs are taken from ZK_TEST_DATA (default: ../shared/data beside the
+checkout); those tests are skipped when the folder is absent.
+"""
+
+import csv
+import datetime
+import decimal
+import glob
+import io
+import json
+import os
+import pty
+import re
+import resource
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import dbfread
+
+ZKTOOL = ""
+HERE = os.path.dirname(os.path.abspath(__file__))
+DATA = os.environ.get("ZK_TEST_DATA", os.path.join(HERE, "..", "..", "shared", "data"))
+
+
+def run(*arguments, **options):
+    return subprocess.run([ZKTOOL, *arguments], capture_output=True, timeout=60, **options)
+
+
+def make_table(path, fields, records, version=0x03, code_page=0):
+    """Writes a table byte by byte: fields (name, type, width, decimals), records as raw bytes."""
+    length = 1 + sum(width for _, _, width, _ in fields)
+    header = struct.pack("<BBBBIHH17xB2x", version, 124, 5, 6, len(records),
+                         32 * (len(fields) + 1) + 1, length, code_page)
+    for name, kind, width, decimals in fields:
+        header += struct.pack("<11sc4xBB14x", name.encode("latin-1"), kind.encode(), width,
+                              decimals)
+    for record in records:
+        assert len(record) == length, (record, length)
+    with open(path, "wb") as file:
+        file.write(header + b"\r" + b"".join(records) + b"\x1a")
+
+
+class Case(unittest.TestCase):
+    maxDiff = 2000
+
+    def setUp(self):
+        self.directory = tempfile.mkdtemp(prefix="zktool-")
+        self.addCleanup(shutil.rmtree, self.directory)
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def write(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content if isinstance(content, bytes) else content.encode())
+        return self.path(name)
+
+    def contents(self):
+        """Every file of the directory with its bytes."""
+        result = {}
+        for name in os.listdir(self.directory):
+            with open(self.path(name), "rb") as file:
+                result[name] = file.read()
+        return result
+
+    def ok(self, *arguments):
+        result = run(*arguments)
+        self.assertEqual((result.returncode, result.stderr), (0, b""), arguments)
+        return result.stdout
+
+    def fails(self, status, *arguments, **options):
+        """The message; it must be one line on standard error alone."""
+        result = run(*arguments, **options)
+        message = result.stderr.decode()
+        self.assertEqual((result.returncode, result.stdout), (status, b""), (arguments, message))
+        self.assertRegex(message, r"\Azktool: [^\n]+\n\Z")
+        return message
+
+    def import_csv(self, content, *options, table="t.dbf"):
+        return self.ok("import", self.path(table), self.write("in.csv", content), *options)
+
+    def csv_rows(self, table="t.dbf", *options):
+        text = self.ok("cat", self.path(table), "--format", "csv", *options)
+        return list(csv.reader(io.StringIO(text.decode("latin-1"), newline="")))
+
+    def json_rows(self, table="t.dbf", *options):
+        return json.loads(self.ok("cat", self.path(table), "--format", "json", *options))
+
+    def fields(self, table="t.dbf"):
+        """(name, type, width, decimals) as `info` prints them."""
+        text = self.ok("info", self.path(table)).decode()
+        lines = text.split("\n\n")[1].splitlines()[1:]
+        parts = [line.split() for line in lines]
+        return [(name, kind, int(width), int(decimals)) for name, kind, width, decimals in parts]
+
+
+class Usage(Case):
+    def test_wrong_usage_is_2(self):
+        table = self.write("t.dbf", b"")
+        cases = [
+            (),
+            ("nonsense",),
+            ("info",),
+            ("info", table, "extra"),
+            ("cat", table, "--format", "xml"),
+            ("cat", table, "--limit", "-1"),
+            ("cat", table, "--limit", "ten"),
+            ("cat", table, "--unknown"),
+            ("import", table),
+            ("import", table, "x.csv", "--append", "--fields", "A,C,1"),
+            ("pack",),
+        ]
+        for fields in ["", ";", "A", "A,C", "A,C,0", "A,C,x", "A,N,5,5", "A,N,5,-1", "A,N,300",
+                       "A,Q,4",
+                       "A,D,9", "A,C,4,0", "ELEVENCHARS,C,1", ",C,1", "A B,C,1", "A,C,1;a,C,2"]:
+            cases.append(("import", self.path("new.dbf"), "absent.csv", "--fields=" + fields))
+        for arguments in cases:
+            with self.subTest(arguments=arguments):
+                self.fails(2, *arguments)
+
+    def test_help_and_version(self):
+        self.assertRegex(self.ok("--version"), rb"\Azktool \d+\.\d+\.\d+\n\Z")
+        for arguments in [("--help",), ("info", "--help"), ("cat", "-h"), ("import", "--help"),
+                          ("pack", "--help")]:
+            self.assertIn(b"Usage: zktool", self.ok(*arguments))
+
+    def test_missing_and_damaged_files_are_1(self):
+        damaged = self.write("damaged.dbf", b"this is no table at all, only some text in a file")
+        for command in ["info", "cat", "pack"]:
+            with self.subTest(command=command):
+                self.assertRegex(self.fails(1, command, self.path("absent")),
+                                 r"absent\.DBF: Opening File \(-60\)\n")
+                self.assertIn("File is not a Data File (-200)", self.fails(1, command, damaged))
+        self.assertIn("absent.csv: No such file",
+                      self.fails(1, "import", self.path("t.dbf"), "absent.csv"))
+        self.assertIn("(-60)", self.fails(1, "import", self.path("absent.dbf"),
+                                          self.write("in.csv", "A\n1\n"), "--append"))
+        self.assertIn("line 1: no header", self.fails(1, "import", self.path("t.dbf"), "/dev/null"))
+
+
+class Info(Case):
+    def test_facts_and_fields(self):
+        make_table(self.path("t.dbf"), [("NAME", "C", 10, 0), ("PRICE", "N", 8, 2)],
+                   [b" " + b"a" * 18, b"*" + b"b" * 18], code_page=0xC9)
+        text = self.ok("info", self.path("T")).decode()
+        for line in [r"version +0x03 .*", r"records +2", r"record length +19",
+                     r"last update +2024-05-06",
+                     r"code page +0xC9 \(cp1251\)"]:
+            self.assertRegex(text, "(?m)^" + line + "$")
+        self.assertNotIn("memo", text)
+        self.assertNotIn("read-only", text)
+        self.assertEqual(self.fields(), [("NAME", "C", 10, 0), ("PRICE", "N", 8, 2)])
+        os.chmod(self.path("t.dbf"), 0o444)
+        self.assertIn("read-only", self.ok("info", self.path("t.dbf")).decode())
+
+    def test_memo_block_size(self):
+        self.import_csv("A,NOTE\n1,hello\n", "--fields", "A,N,3;NOTE,M")
+        self.assertRegex(self.ok("info", self.path("t")).decode(), r"(?m)^memo blocks +64 bytes$")
+
+
+class Cat(Case):
+    FIELDS = [("T", "C", 5, 0), ("N", "N", 6, 2), ("D", "D", 8, 0), ("L", "L", 1, 0)]
+
+    def odd_table(self, **options):
+        make_table(self.path("t.dbf"), self.FIELDS, [
+            b" " + b"a,\"b " + b"  1.50" + b"20240131" + b"T",
+            b"*" + b"gone " + b"  2.00" + b"20240201" + b"F",
+            b" " + b" x   " + b"      " + b"        " + b" ",
+            b" " + b"\r\ny  " + b"******" + b"20241399" + b"n",
+            b" " + b"     " + b"    .5" + b"2024    " + b"?",
+            b" " + b"     " + b"  -007" + b"00000000" + b"\x01",
+            b" " + b"     " + b"  1.2." + b"00000000" + b"y",
+        ], **options)
+
+    def test_csv_is_exact(self):
+        self.odd_table()
+        self.assertEqual(self.ok("cat", self.path("t.dbf"), "--format", "csv"),
+                         b'T,N,D,L\r\n'
+                         b'"a,""b",1.50,20240131,T\r\n'
+                         b' x,,,\r\n'
+                         b'"\r\ny",******,20241399,n\r\n'
+                         b',.5,2024,?\r\n'
+                         b',-007,00000000,\x01\r\n'
+                         b',1.2.,00000000,y\r\n')
+
+    def test_json_values(self):
+        self.odd_table()
+        text = self.ok("cat", self.path("t.dbf"), "--format", "json").decode()
+        self.assertIn('"N":1.50,', text)  # digits as stored
+        rows = json.loads(text)
+        self.assertEqual([list(row.values()) for row in rows], [
+            ['a,"b', 1.5, "2024-01-31", True],
+            [" x", None, None, None],
+            ["\r\ny", "******", "2024-13-99", False],
+            ["", 0.5, "2024", None],
+            ["", -7, "0000-00-00", None],
+            ["", "1.2.", "0000-00-00", True],
+        ])
+
+    def test_limit_and_deleted(self):
+        self.odd_table()
+        for options, texts in [(["--limit", "0"], []), (["--limit", "2"], ['a,"b', " x"]),
+                               (["--limit", "2", "--deleted"], ['a,"b', "gone"])]:
+            self.assertEqual([row["T"] for row in self.json_rows("t.dbf", *options)], texts)
+            self.assertEqual([row[0] for row in self.csv_rows("t.dbf", *options)[1:]], texts)
+        lines = self.ok("cat", self.path("t.dbf"), "--deleted").decode().splitlines()
+        self.assertEqual([line for line in lines if line.startswith("*")],
+                         ["* gone    2.00  20240201  F"])
+
+    def test_empty_table(self):
+        make_table(self.path("t.dbf"), self.FIELDS, [])
+        self.assertEqual(self.json_rows(), [])
+        self.assertEqual(self.csv_rows(), [["T", "N", "D", "L"]])
+        self.assertEqual(len(self.ok("cat", self.path("t.dbf")).splitlines()), 2)
+
+    def test_code_pages(self):
+        cases = [
+            (0xC9, "Привет".encode("cp1251"), "Привет"),
+            (0x26, "Привет".encode("cp866"), "Привет"),
+            (0x01, b"\x81\xe1", "üß"),
+            (0x03, b"\x80\x81", "€\x81"),
+            (0x00, "Größe".encode(), "Größe"),        # valid UTF-8 is kept
+            (0x00, "Größe".encode("cp1252"), "Größe"),
+            (0x00, b"\xed\xa0\x80", "í\xa0€"),        # a surrogate is not valid UTF-8
+            (0x00, b"\xc0\xafA", "À¯A"),              # nor is an overlong form
+            (0xEE, b"\xfc", "ü"),                     # an unknown page
+        ]
+        for code_page, raw, text in cases:
+            with self.subTest(code_page=code_page, raw=raw):
+                make_table(self.path("t.dbf"), [("A", "C", 10, 0)], [b" " + raw.ljust(10)],
+                           code_page=code_page)
+                self.assertEqual(self.json_rows(), [{"A": text}])
+                self.assertIn(text, self.ok("cat", self.path("t.dbf")).decode())
+                self.assertIn(raw, self.ok("cat", self.path("t.dbf"), "--format", "csv"))
+
+    def test_fields_with_one_name_and_a_lone_empty_value(self):
+        make_table(self.path("t.dbf"), [("A", "C", 2, 0), ("A", "C", 2, 0)], [b" 1 2 "])
+        self.assertEqual(self.csv_rows(), [["A", "A"], ["1", "2"]])
+        make_table(self.path("u.dbf"), [("A", "C", 2, 0)], [b"   ", b" x "])
+        self.assertEqual(self.csv_rows("u.dbf"), [["A"], [""], ["x"]])
+
+    def test_long_tables_stay_aligned(self):
+        rows = ["A,B"] + ["x,1"] * 1500 + ["abcdefghij,123456"]
+        self.import_csv("\n".join(rows))
+        lines = self.ok("cat", self.path("t.dbf")).decode().splitlines()
+        self.assertEqual({len(line) for line in lines}, {len("abcdefghij  123456")})
+
+    def test_memo_lines_stay_in_their_column(self):
+        self.import_csv('A,NOTE,B\n1,"first\r\nsecond",x\n', "--fields", "A,N,3;NOTE,M;B,C,1")
+        self.assertEqual(self.ok("cat", self.path("t.dbf")).decode().splitlines()[2:],
+                         ["1  first   x", "   second"])
+
+    def test_terminal_shows_escapes_and_cuts(self):
+        self.import_csv('A,NOTE\n1,"\x1b[31m\n' + "x" * 300 + '"\n')
+        leader, follower = pty.openpty()
+        result = subprocess.run([ZKTOOL, "cat", self.path("t.dbf")], stdout=follower, timeout=60)
+        os.close(follower)
+        shown = os.read(leader, 65536).decode()
+        os.close(leader)
+        self.assertEqual(result.returncode, 0)
+        self.assertIn(r"\x1B[31m\nxxx", shown)
+        self.assertNotIn("\x1b", shown)
+        self.assertNotIn("x" * 61, shown)
+        self.assertIn(b"\x1b[31m", self.ok("cat", self.path("t.dbf")))
+
+    def test_unreadable_memo(self):
+        self.import_csv("A,NOTE\n1,good\n2,bad\n3,bad\n4,good too\n", "--fields", "A,N,3;NOTE,M")
+        memo = bytearray(self.contents()["t.fpt"])
+        at = memo.find(b"bad")
+        memo[at - 4:at] = b"\x7f\xff\xff\xff"  # a length beyond the file
+        self.write("t.fpt", bytes(memo))
+        for form in ["csv", "json", "table"]:
+            result = run("cat", self.path("t.dbf"), "--format", form)
+            self.assertEqual(result.returncode, 1)
+            self.assertRegex(result.stderr,
+                             rb"\Azktool: [^\n]*t\.(dbf|fpt): [^\n]*record 2, field NOTE\n\Z")
+            self.assertIn(b"good too", result.stdout)
+        csv_text = run("cat", self.path("t.dbf"), "--format", "csv").stdout
+        self.assertEqual(csv_text, b"A,NOTE\r\n1,good\r\n2,\r\n3,bad\r\n4,good too\r\n")
+
+    def test_closed_pipe_is_quiet_and_full_disk_is_not(self):
+        self.import_csv("A\n" + "some text in a row\n" * 20000)
+        for form in ["csv", "json", "table"]:
+            process = subprocess.Popen([ZKTOOL, "cat", self.path("t.dbf"), "--format", form],
+                                       stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            process.stdout.read(10)
+            process.stdout.close()
+            self.assertEqual((process.stderr.read(), process.wait(60)), (b"", 0))
+            process.stderr.close()
+            with open("/dev/full", "wb") as full:
+                result = subprocess.run([ZKTOOL, "cat", self.path("t.dbf"), "--format", form],
+                                        stdout=full, stderr=subprocess.PIPE, timeout=60)
+            self.assertEqual(result.returncode, 1)
+            self.assertRegex(result.stderr, rb"\Azktool: standard output: No space[^\n]*\n\Z")
+
+
+class Import(Case):
+    def test_guessed_types(self):
+        cases = [  # values, field, values read back when they differ
+            (["1", "-22", ""], ("N", 3, 0)),
+            (["1.5", "10.25"], ("N", 5, 2), ["1.50", "10.25"]),
+            (["-.5", "3"], ("N", 4, 1), ["-0.5", "3.0"]),
+            (["0", "0.5"], ("N", 3, 1), ["0.0", "0.5"]),
+            (["007", "8"], ("C", 3, 0)),
+            (["123456789012345"], ("N", 15, 0)),
+            (["1234567890123456"], ("C", 16, 0)),
+            (["1e5", "2"], ("C", 3, 0)),
+            (["1,000", "2"], ("C", 5, 0)),
+            (["+5"], ("C", 2, 0)),
+            (["5."], ("C", 2, 0)),
+            (["."], ("C", 1, 0)),
+            (["-"], ("C", 1, 0)),
+            (["12345678901234", "0.123456789"], ("C", 14, 0)),  # together too wide for a number
+            (["2024-02-29", "20240301"], ("D", 8, 0), ["20240229", "20240301"]),
+            (["2023-02-29"], ("C", 10, 0)),
+            (["20230229"], ("N", 8, 0)),
+            (["T", "f", "yes", ""], ("L", 1, 0), ["T", "F", "T", ""]),
+            (["T", "x"], ("C", 1, 0)),
+            (["", ""], ("C", 1, 0)),
+            (["  both "], ("C", 6, 0), ["  both"]),
+            (["x" * 254], ("C", 254, 0)),
+            (["x" * 255, "  kept  "], ("M", 10, 0)),
+        ]
+        for number, (values, field, *read) in enumerate(cases):
+            with self.subTest(values=values):
+                table = f"t{number}.dbf"
+                rows = "".join(f'{i},"{value}"\n' for i, value in enumerate(values))
+                self.import_csv("ID,A\n" + rows, table=table)
+                self.assertEqual(self.fields(table)[1], ("A", *field))
+                expected = read[0] if read else values
+                self.assertEqual([row[1] for row in self.csv_rows(table)[1:]], expected)
+
+    def test_csv_forms(self):
+        cases = [
+            (b"\xef\xbb\xbfA,B\r\n1,x\r\n", [["1", "x"]]),
+            (b'A,B\r1,"x\ry"\r', [["1", "x\ry"]]),
+            (b'A,B\n\n1,x\n\n\n2,y', [["1", "x"], ["2", "y"]]),
+            (b'"A","B"\n"1","say ""hi"", ok"\n', [["1", 'say "hi", ok']]),
+            (b'A,B\n1,"two\r\nlines"\n2,""\n', [["1", "two\r\nlines"], ["2", ""]]),
+            (b'A,B\n1, x \n', [["1", " x"]]),
+            (b'A,B\n1,\xfc\x00z\n', [["1", "\xfc\x00z"]]),
+            (b"A,B\n", []),
+        ]
+        for number, (content, rows) in enumerate(cases):
+            with self.subTest(content=content):
+                table = f"t{number}.dbf"
+                self.import_csv(content, table=table)
+                self.assertEqual(self.csv_rows(table)[1:], rows)
+
+    def test_rejected_files_leave_nothing(self):
+        list_ = ("--fields", "A,N,5,2;B,C,3;D,D;L,L")
+        cases = [  # content, options, message
+            ('A,B\n1,"x\ny"\n2\n', (), r"line 4, column 1: the row has 1 values, the header 2"),
+            ("A,B\n1,x,y\n", (), r"line 2, column 3: the row has 3 values"),
+            ('A,B\n1,x\n2,3" pipe\n', (), r"line 3, column 2: misplaced quote"),
+            ('A,B\n"1"x,2\n', (), r"line 2, column 1: misplaced quote"),
+            ('A,B\n1,x\n2,"open\n\n', (), r"line 3, column 2: the quote that begins here"),
+            ("A,,C\n1,2,3\n", (), r"line 1, column 2: the header has no name"),
+            (b"\xff\xfeA\0,\0B\0\n\0", (), r"line 1, column 1: .*not plain text"),
+            ("A,X\n1,2\n", list_, r"line 1, column 2: the table has no field X"),
+            ('B,A\n"q\nr",1\nab,1\nabc,12.345\n', list_, 
+             r"line 5, column 2: A: '12.345' has more than 2 decimals"),
+            ("A\n12345\n", list_,
+             r"line 2, column 1: A: '12345' needs 8 characters, the field has 5"),
+            ("A\n-10.25\n", list_, r"needs 6 characters"),
+            ("A\n1e2\n", list_, r"'1e2' is not a number"),
+            ("A\n1 2\n", list_, r"'1 2' is not a number"),
+            ("A\n0x10\n", list_, r"is not a number"),
+            ("A\nnan\n", list_, r"is not a number"),
+            ('B\nabc\n"ab\n\n"\nabcd\n', list_,
+             r"line 3, column 1: B: 'ab\\n\\n' has 4 bytes, the field 3"),
+            ("D\n2023-02-29\n", list_, r"'2023-02-29' is not a date"),
+            ("D\n31.12.2023\n", list_, r"is not a date"),
+            ("L\nmaybe\n", list_, r"'maybe' is not a logical value"),
+        ]
+        for content, options, message in cases:
+            with self.subTest(content=content):
+                source = self.write("in.csv", content)
+                text = self.fails(1, "import", self.path("t.dbf"), source, *options)
+                self.assertRegex(text, r"\Azktool: .*in\.csv: .*" + message)
+                self.assertEqual(os.listdir(self.directory), ["in.csv"])
+
+    def test_given_fields(self):
+        rows = "l,d,n,f,m\n1,2024-02-29, 12.500 ,-0.5,\"a\nb  \"\n?,,007,-0,\nYes,20240101,.5,,x\n"
+        self.import_csv(rows, "--fields", "N,N,7,2; X,C,5; D,D; L,L,1; M,M; F,F,6,1")
+        self.assertEqual(self.fields(), [("N", "N", 7, 2), ("X", "C", 5, 0), ("D", "D", 8, 0),
+                                         ("L", "L", 1, 0), ("M", "M", 10, 0), ("F", "F", 6, 1)])
+        self.assertEqual(self.csv_rows()[1:], [["12.50", "", "20240229", "T", "a\nb  ", "-0.5"],
+                                               ["7.00", "", "", "?", "", "0.0"],
+                                               ["0.50", "", "20240101", "T", "x", ""]])
+
+    def test_names_become_valid(self):
+        header = 'a long field name,a long field nome,qty (m),qty (m),\xe4\xf6\xfc'
+        result = run("import", self.path("t.dbf"), self.write("in.csv", header + "\n1,2,3,4,5\n"))
+        self.assertEqual(result.returncode, 0)
+        names = [field[0] for field in self.fields()]
+        self.assertEqual(names[:4], ["A_LONG_FIE", "A_LONG_F_2", "QTY__M_", "QTY__M__2"])
+        notes = result.stderr.decode().splitlines()
+        self.assertEqual(len(notes), 4)
+        self.assertIn('column 2 "a long field nome" becomes field A_LONG_F_2', notes[1])
+        self.assertEqual(list(self.json_rows()[0].values()), [1, 2, 3, 4, 5])
+
+    def test_existing_files_are_left_alone(self):
+        self.import_csv("A,NOTE\n1,old\n", "--fields", "A,N,3;NOTE,M")
+        before = self.contents()
+        for name in ["t.dbf", "t", "T.DBF"]:
+            self.assertIn("exists already",
+                          self.fails(1, "import", self.path(name), self.path("in.csv")))
+        self.assertEqual(self.contents(), before)
+        os.remove(self.path("t.dbf"))
+        self.assertIn("t.fpt: exists already",
+                      self.fails(1, "import", self.path("t.dbf"), self.path("in.csv")))
+
+    def test_append(self):
+        self.import_csv("A,B,NOTE\n1,x,first memo\n", "--fields", "A,N,3;B,C,4;NOTE,M")
+        self.import_csv("note,a\nsecond memo,2\n,3\n", "--append")
+        expected = [["1", "x", "first memo"], ["2", "", "second memo"], ["3", "", ""]]
+        self.assertEqual(self.csv_rows()[1:], expected)
+        before = {name: data for name, data in self.contents().items() if name != "in.csv"}
+        for bad in ["A,B\n4,x\n5,too long\n", "A,C\n4,x\n", "A\n4\n1e9\n", 'A\n4\n"5\n',
+                    "A,B\n4\n"]:
+            source = self.write("in.csv", bad)
+            self.fails(1, "import", self.path("t.dbf"), source, "--append")
+            os.remove(source)
+            self.assertEqual(self.contents(), before)
+
+    def test_append_to_newer_types(self):
+        fields = [("I", "I", 4, 0), ("Y", "Y", 8, 4), ("B", "B", 8, 2), ("T", "T", 8, 0)]
+        make_table(self.path("t.dbf"), fields, [], version=0x30)
+        raw = self.contents()["t.dbf"]
+        header = bytearray(raw[:-1] + bytes(263))  # the room for a database's name
+        header[8:10] = struct.pack("<H", len(header))
+        self.write("t.dbf", bytes(header) + b"\x1a")
+        rows = ["-2147483647,922337203685477.5807,0.1,2024-01-31 23:59:59", "7,-1.5,1e300,", ",,,"]
+        self.import_csv("I,Y,B,T\n" + "\n".join(rows) + "\n", "--append")
+        records = [list(record.values()) for record in dbfread.DBF(
+            self.path("t.dbf"), ignore_missing_memofile=True)]
+        self.assertEqual([[None if v is None else str(v) for v in record] for record in records],
+                         [["-2147483647", "922337203685477.5807", "0.1", "2024-01-31 23:59:59"],
+                          ["7", "-1.5", "1e+300", None], ["0", "0", "0.0", None]])
+        self.assertEqual(self.csv_rows()[1][0:3], ["-2147483647", "922337203685477.5807", "0.1"])
+        for bad in ["I\n2147483648", "I\n1.5", "Y\n1.00001", "Y\n922337203685477.5808", "B\ninf",
+                    "B\n1x", "T\n2024-01-31", "T\n2024-01-31 24:00:00"]:
+            with self.subTest(bad=bad):
+                source = self.write("in.csv", bad + "\n")
+                self.assertIn("line 2, column 1",
+                              self.fails(1, "import", self.path("t.dbf"), source, "--append"))
+
+    def test_interrupt_leaves_nothing(self):
+        source = self.write("in.csv", "A,B\n" + "x,12\n" * 1500000)
+        process = subprocess.Popen([ZKTOOL, "import", self.path("t.dbf"), source],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        while process.poll() is None and not glob.glob(self.path("zk_*")):
+            time.sleep(0.002)
+        process.send_signal(signal.SIGINT)
+        output, message = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, output), (1, b""))
+        self.assertRegex(message, rb"\Azktool: interrupted[^\n]*\n\Z")
+        self.assertEqual(os.listdir(self.directory), ["in.csv"])
+
+    def test_unwritable_places(self):
+        source = self.write("in.csv", "A\n1\n")
+        self.assertIn("(-20)", self.fails(1, "import", self.path("no/such/t.dbf"), source))
+        self.import_csv("A\n1\n")
+        os.chmod(self.path("t.dbf"), 0o444)
+        before = self.contents()
+        self.assertIn("read-only", self.fails(1, "import", self.path("t.dbf"), source, "--append"))
+        self.assertIn("read-only", self.fails(1, "pack", self.path("t.dbf")))
+        self.assertEqual(self.contents(), before)
+
+
+    def test_full_disk(self):
+        """Files cannot grow beyond 256 KiB here; the signal that would say so is ignored."""
+        limited = {"restore_signals": False, "preexec_fn": lambda: resource.setrlimit(
+            resource.RLIMIT_FSIZE, (1 << 18, 1 << 18))}
+        content = "A,NOTE\n" + "text,memo\n" * 20000
+        source = self.write("in.csv", content)
+        fields = ("--fields", "A,C,4;NOTE,M")
+        self.assertRegex(self.fails(1, "import", self.path("t.dbf"), source, *fields, **limited),
+                         r"\(-\d+\)\n")
+        self.assertEqual(os.listdir(self.directory), ["in.csv"])
+
+        self.import_csv("A,NOTE\n", *fields)
+        self.write("in.csv", content)
+        message = self.fails(1, "import", self.path("t.dbf"), source, "--append", **limited)
+        self.assertRegex(message, r"\(-\d+\), after \d+ records\n")
+        rows = self.csv_rows()[1:]
+        self.assertEqual(rows, [["text", "memo"]] * len(rows))
+
+
+class Pack(Case):
+    def test_pack_removes_deleted_records(self):
+        make_table(self.path("t.dbf"), [("A", "C", 3, 0)], [b" one", b"*two", b" six", b"*ten"])
+        self.assertIn(b"2 records removed, 2 kept", self.ok("pack", self.path("t.dbf")))
+        self.assertEqual(self.csv_rows("t.dbf", "--deleted"), [["A"], ["one"], ["six"]])
+        self.assertEqual(os.path.getsize(self.path("t.dbf")), 65 + 2 * 4 + 1)
+
+    def test_a_table_in_use_is_left_alone(self):
+        self.import_csv("A\n" + "some text in a row\n" * 20000)
+        before = self.contents()
+        reader = subprocess.Popen([ZKTOOL, "cat", self.path("t.dbf"), "--format", "csv"],
+                                  stdout=subprocess.PIPE)
+        self.addCleanup(reader.stdout.close)
+        reader.stdout.read(10)  # it now waits for its output to be read, with the table open
+        for arguments in [("pack", self.path("t.dbf")),
+                          ("import", self.path("t.dbf"), self.path("in.csv"), "--append")]:
+            self.assertRegex(self.fails(1, *arguments), r"t\.dbf: .* \(-?\d+\)\n")
+        self.assertEqual(self.contents(), before)
+        reader.stdout.read()
+        reader.wait(60)
+
+
+# Independent readers: each gives rows of values in the form of normal().
+
+
+def normal(kind, text):
+    """A value of zktool's CSV (text, latin-1) in the form in which readers are compared."""
+    if kind in "NFIYB":
+        try:
+            return decimal.Decimal(text).normalize() if text else None
+        except decimal.InvalidOperation:
+            return "invalid"
+    if kind == "L":
+        return {"T": True, "Y": True, "F": False, "N": False}.get(text.upper())
+    if kind in "DT":
+        return re.sub(r"\D", "", text).strip("0")
+    return text if kind == "M" else text.rstrip(" \0")
+
+
+def zktool_rows(case, table, kinds):
+    text = case.ok("cat", table, "--format", "csv").decode("latin-1")
+    rows = list(csv.reader(io.StringIO(text, newline="")))[1:]
+    return [[normal(kind, value) for kind, value in zip(kinds, row)] for row in rows]
+
+
+class LenientParser(dbfread.FieldParser):
+    """Dates and logicals as their stored letters, so that odd ones are compared, not refused."""
+
+    def parseD(self, field, data):
+        return data.decode("latin-1")
+
+    def parseL(self, field, data):
+        return data.decode("latin-1")
+
+
+def dbfread_rows(table, kinds):
+    rows = []
+    for record in dbfread.DBF(table, encoding="latin-1", parserclass=LenientParser,
+                              recfactory=list):  # a list: field names may come twice
+        row = []
+        values = [value for name, value in record if not name.startswith("_NullFlags")]
+        for kind, value in zip(kinds, values):
+            if isinstance(value, datetime.datetime):
+                value = value.strftime("%Y%m%d%H%M%S")
+            elif kind == "M" and isinstance(value, bytes):
+                value = value.decode("latin-1")
+            row.append(normal(kind, "" if value is None else str(value)))
+        rows.append(row)
+    return rows
+
+
+def memo_of(table):
+    names = [table[:-4] + extension for extension in (".fpt", ".FPT")]
+    return next(filter(os.path.exists, names), None)
+
+
+def pgdbf_value(kind, text):
+    if kind == "T" and text:  # "J2453846 17:13:05", a Julian day
+        day, clock = text[1:].split()
+        text = datetime.date.fromordinal(int(day) - 1721425).isoformat() + clock
+    return normal(kind, text.strip() if kind in "NF" else text)
+
+
+def pgdbf_rows(table, kinds):
+    memo = memo_of(table)
+    result = subprocess.run(["pgdbf", "-N", *(["-m", memo] if memo else []), table], check=True,
+                            capture_output=True)
+    body = result.stdout.decode("latin-1").split("FROM STDIN\n", 1)[1].split("\n\\.\n")[0]
+    escapes = {"\\t": "\t", "\\n": "\n", "\\r": "\r", "\\\\": "\\"}
+    rows = []
+    for line in body.split("\n") if body != "\\." else []:
+        values = ["" if v == "\\N" else re.sub(r"\\.", lambda m: escapes[m.group()], v)
+                  for v in line.split("\t")]
+        rows.append([pgdbf_value(kind, value) for kind, value in zip(kinds, values)])
+    return rows
+
+
+XBASE_SCRIPT = """
+my ($file, $memo) = @ARGV;
+my $table = XBase->new(name => $file, ($memo ? (memofile => $memo) : ())) or die XBase->errstr;
+for my $number (0 .. $table->last_record) {
+  my ($deleted, @values) = $table->get_record($number);
+  print join(",", map { defined $_ ? unpack("H*", $_) : "" } @values), "\\n" unless $deleted;
+}
+"""
+
+
+def xbase_rows(table, kinds):
+    result = subprocess.run(["perl", "-MXBase", "-e", XBASE_SCRIPT, table, memo_of(table) or ""],
+                            check=True, capture_output=True)
+    rows = []
+    for line in result.stdout.decode().splitlines():
+        values = [bytes.fromhex(value).decode("latin-1") for value in line.split(",")]
+        values = [{"1": "T", "0": "F"}.get(value, value) if kind == "L" else value
+                  for kind, value in zip(kinds, values)]
+        rows.append([normal(kind, value) for kind, value in zip(kinds, values)])
+    return rows
+
+
+READERS = {"dbfread": dbfread_rows, "pgdbf": pgdbf_rows, "XBase": xbase_rows}
+
+
+def comparable(reader, kinds, row):
+    """The row without what the reader is known to lack."""
+    if reader == "XBase":  # takes the newer types T, Y and B for something else
+        return [None if kind in "TYB" else value for kind, value in zip(kinds, row)]
+    if reader == "dbfread":  # cuts off the milliseconds: 17:13:04.999 is the time 17:13:05
+        return [None if kind == "T" else value for kind, value in zip(kinds, row)]
+    # pgdbf drops trailing blanks of memos.
+    return [value.rstrip(" ") if kind == "M" else value for kind, value in zip(kinds, row)]
+
+
+class Witnesses(Case):
+    def compare(self, table, readers):
+        kinds = [kind for _, kind, _, _ in self.fields(table) if kind != "0"]
+        ours = zktool_rows(self, table, kinds)
+        for name in readers:
+            with self.subTest(reader=name, table=os.path.basename(table)):
+                theirs = READERS[name](table, kinds)
+                self.assertEqual(len(ours), len(theirs))
+                for number, (mine, other) in enumerate(zip(ours, theirs), 1):
+                    self.assertEqual(comparable(name, kinds, mine), comparable(name, kinds, other),
+                                     f"row {number}")
+
+    def test_imported_tables_read_alike(self):
+        text = io.StringIO(newline="")
+        writer = csv.writer(text)
+        writer.writerow(["TAG", "LEN", "WEIGHT", "DAY", "OK", "NOTE"])
+        for i in range(300):
+            writer.writerow([f"P-{i:04}", i, f"{i * 1.25 - 100:.2f}" if i % 7 else "",
+                             f"20{i % 60:02}-{i % 12 + 1:02}-{i % 28 + 1:02}" if i % 5 else "",
+                             "TFYN"[i % 4], "x\n" * i if i % 3 else ""])
+        self.import_csv(text.getvalue())
+        self.assertEqual([field[1] for field in self.fields()], list("CNNDLM"))
+        self.compare(self.path("t.dbf"), READERS)
+        rows = READERS["dbfread"](self.path("t.dbf"), "CNNDLM")
+        self.assertEqual(rows[4], ["P-0004", 4, -95, "20040505".strip("0"), True, "x\n" * 4])
+
+        self.import_csv(text.getvalue(), "--append")
+        self.compare(self.path("t.dbf"), READERS)
+
+    def test_plant_table(self):
+        source = os.path.join(HERE, "..", "examples", "plant", "piping.csv")
+        run("import", self.path("t.dbf"), source)
+        self.compare(self.path("t.dbf"), READERS)
+
+    @unittest.skipUnless(os.path.isdir(DATA), "no tables of other programs (ZK_TEST_DATA)")
+    def test_tables_of_other_programs(self):
+        for name in sorted(os.listdir(DATA)):
+            if name.lower().endswith(".dbf"):
+                self.compare(os.path.join(DATA, name), READERS)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) < 2 or sys.argv[1].startswith("-"):
+        sys.exit("usage: zktool_test.py PATH-TO-ZKTOOL [unittest options]")
+    ZKTOOL = os.path.abspath(sys.argv.pop(1))
+    for program in ("pgdbf", "perl"):
+        if shutil.which(program) is None:
+            sys.exit(f"{program} is missing: scripts/install-deps.sh test")
+    subprocess.run(["perl", "-MXBase", "-e", "1"], check=True)
+    unittest.main()

@@ -1,0 +1,97 @@
+#include <algorithm>
+#include <cstdio>
+
+#include "CodePage.h"
+#include "Commands.h"
+#include "Table.h"
+
+namespace zk::tool {
+namespace {
+
+const char *versionText(int32_t version) {
+  switch (version) {
+    case 0x03:
+      return "dBASE III or FoxPro";
+    case 0x30:
+    case 0x31:
+    case 0x32:
+      return "newer FoxPro";
+    case 0x83:
+      return "dBASE III with memo";
+    case 0x8B:
+    case 0x8C:
+      return "dBASE IV with memo";
+    case 0xF5:
+      return "FoxPro with memo";
+    default:
+      return "unknown";
+  }
+}
+
+std::string hexByte(int32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(value));
+  return text;
+}
+
+std::string lastUpdate(const ZkDbInfo &info) {
+  if (info.updateMonth == 0) return "not a date";
+  char text[40];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02d", info.updateYear, info.updateMonth,
+                info.updateDay);
+  return text;
+}
+
+std::string padded(std::string text, std::size_t width) {
+  text.resize(std::max(text.size(), width), ' ');
+  return text;
+}
+
+std::string rightAligned(const std::string &text, std::size_t width) {
+  return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
+void printFact(Output &out, const char *name, const std::string &value) {
+  out.write(padded(name, 15) + value + "\n");
+}
+
+void printFacts(const Table &table, Output &out) {
+  const ZkDbInfo &info = table.info();
+  printFact(out, "table", zk_Db_getFileName(table.id()));
+  printFact(out, "version", hexByte(info.version) + " (" + versionText(info.version) + ")");
+  printFact(out, "records", std::to_string(info.recordCount));
+  printFact(out, "record length", std::to_string(info.recordLength));
+  printFact(out, "last update", lastUpdate(info));
+  if (info.memoBlockSize > 0)
+    printFact(out, "memo blocks", std::to_string(info.memoBlockSize) + " bytes");
+  if (info.codePage != 0) {
+    const std::string name = CodePage(info.codePage).name();
+    printFact(out, "code page", hexByte(info.codePage) + (name.empty() ? "" : " (" + name + ")"));
+  }
+  if (info.readOnly != 0) printFact(out, "read-only", zk_Db_readOnlyReason(table.id()));
+}
+
+void printField(Output &out, const std::string &name, const std::string &type,
+                const std::string &width, const std::string &decimals, std::size_t nameWidth) {
+  out.write(padded(name, nameWidth) + "  " + padded(type, 4) + rightAligned(width, 7) +
+            rightAligned(decimals, 10) + "\n");
+}
+
+}  // namespace
+
+void runInfo(const std::string &name, Output &out) {
+  const Table table(name, 0);
+  const CodePage page(table.info().codePage);
+  printFacts(table, out);
+  std::size_t nameWidth = 10;
+  for (const Field &field : table.fields()) nameWidth = std::max(nameWidth, field.name.size());
+  out.write("\n");
+  printField(out, "field", "type", "width", "decimals", nameWidth);
+  for (const Field &field : table.fields()) {
+    printField(out, page.toUtf8(field.name), std::string(1, field.type),
+               std::to_string(field.width), std::to_string(field.decimals), nameWidth);
+  }
+  out.flush();
+}
+
+}  // namespace zk::tool

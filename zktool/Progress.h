@@ -1,0 +1,30 @@
+// A progress bar on standard error for work that takes longer than about two seconds. Draws nothing
+// unless standard error is a terminal.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace zk::tool {
+
+class Progress {
+ public:
+  explicit Progress(bool wanted = true);
+  ~Progress();  // removes the bar
+  Progress(const Progress &) = delete;
+  Progress &operator=(const Progress &) = delete;
+
+  // Cheap enough to be called for every record.
+  void update(const char *stage, std::int64_t done, std::int64_t total);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  void draw(const char *stage, int percent);
+
+  bool enabled_;
+  bool drawn_ = false;
+  int lastPercent_ = -1;
+  Clock::time_point start_ = Clock::now();
+};
+
+}  // namespace zk::tool

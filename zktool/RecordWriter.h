@@ -1,0 +1,39 @@
+// How `cat` writes records: one class per format.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CodePage.h"
+#include "Output.h"
+#include "Table.h"
+
+namespace zk::tool {
+
+using Values = std::vector<std::string>;  // field texts as stored, blanks and all
+
+class RecordWriter {
+ public:
+  virtual ~RecordWriter() = default;
+  virtual void begin() = 0;
+  virtual void record(const Values &values, bool deleted) = 0;
+  virtual void end() = 0;
+};
+
+// RFC 4180, bytes as they are in the table.
+std::unique_ptr<RecordWriter> makeCsvWriter(Output &out, const std::vector<Field> &fields);
+
+// One array of objects, UTF-8.
+std::unique_ptr<RecordWriter> makeJsonWriter(Output &out, const std::vector<Field> &fields,
+                                             const CodePage &page);
+
+// Aligned columns, UTF-8. With `marks` a first column shows "*" beside deleted records.
+std::unique_ptr<RecordWriter> makeTextWriter(Output &out, const std::vector<Field> &fields,
+                                             const CodePage &page, bool marks);
+
+// The part of a field's text that a reader wants: memos whole, numbers without any blanks, all else
+// without trailing ones.
+std::string_view readable(const Field &field, std::string_view text);
+
+}  // namespace zk::tool

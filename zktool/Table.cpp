@@ -1,0 +1,128 @@
+#include "Table.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace zk::tool {
+namespace {
+
+constexpr int kEndOfFile = 3;
+constexpr int kLocked = 50;
+
+Kind kindOf(char type, int width, bool newer) {
+  switch (type) {
+    case 'N':
+    case 'F':
+      return Kind::kNumber;
+    case 'D':
+      return Kind::kDate;
+    case 'L':
+      return Kind::kLogical;
+    case 'M':
+    case 'G':
+      return Kind::kMemo;
+    case 'B':
+      return newer && width == 8 ? Kind::kNumber : Kind::kMemo;
+    case 'I':
+    case 'Y':
+      return newer ? Kind::kNumber : Kind::kText;
+    case 'T':
+      return newer ? Kind::kDateTime : Kind::kText;
+    case '0':
+      return Kind::kNullFlags;
+    default:
+      return Kind::kText;
+  }
+}
+
+}  // namespace
+
+void Field::setKind(bool newer) {
+  kind = kindOf(type, width, newer);
+  fixedText = std::string_view("CNFDL").find(type) != std::string_view::npos;
+}
+
+std::string errorText(int status) {
+  const int32_t code = zk_DbError_code();
+  if (code != 0) return std::string(zk_DbError_text()) + " (" + std::to_string(code) + ")";
+  std::string text = zk_DbError_codeText(status);
+  if (status == kLocked) text = "In use by another program";
+  if (text.empty()) text = "Failed";
+  return text + " (" + std::to_string(status) + ")";
+}
+
+Failure libraryFailure(const std::string &table, int status) {
+  const std::string file = zk_DbError_code() != 0 ? zk_DbError_file() : "";
+  return Failure((file.empty() ? table : file) + ": " + errorText(status));
+}
+
+Table::Table(std::string name, int mode)
+    : name_(std::move(name)), id_(zk_Db_openDbEx(name_.c_str(), mode)) {
+  if (id_ < 0) throw libraryFailure(name_, id_);
+  zk_Db_getInfo(id_, &info_);
+  loadFields();
+}
+
+Table::~Table() {
+  if (id_ >= 0) zk_Db_closeDb(id_);
+}
+
+void Table::loadFields() {
+  DbFldList *list = zk_Db_struct(id_);
+  if (list == nullptr) throw libraryFailure(name_, zk_DbError_code());
+  int32_t number = 0;
+  for (zk_DbFldList_start(list); zk_DbFldList_eol(list) == 0; zk_DbFldList_next(list)) {
+    const DbFldNode *node = zk_DbFldList_getCurrFld(list);
+    Field field;
+    field.name = node->name;
+    field.type = node->type;
+    field.width = node->width;
+    field.decimals = node->prec;
+    field.number = ++number;
+    field.setKind(info_.version >= 0x30 && info_.version <= 0x32);
+    field.nameIsOwn = std::none_of(fields_.begin(), fields_.end(),
+                                   [&](const Field &other) { return other.name == field.name; });
+    fields_.push_back(std::move(field));
+  }
+  zk_DbFldList_destroy(list);
+}
+
+void Table::requireWritable() const {
+  if (info_.readOnly == 0) return;
+  throw Failure(name_ + ": cannot be changed: " + zk_Db_readOnlyReason(id_));
+}
+
+bool Table::arrived(int status) const {
+  if (status != 0 && status != kEndOfFile) throw libraryFailure(name_, status);
+  return status == 0;
+}
+
+bool Table::top() { return arrived(zk_Db_topRec(id_, -1)); }
+
+bool Table::next() { return arrived(zk_Db_nextRec(id_, -1)); }
+
+bool Table::read(const Field &field, std::string &text) const {
+  text.clear();
+  if (!field.nameIsOwn) {  // the name would find the other field
+    DbFldNode *node = zk_DbFldNode_fromFld(zk_Db_field(id_, field.number));
+    if (node == nullptr) return false;
+    if (node->value != nullptr) text = node->value;
+    zk_DbFldNode_destroy(node);
+    return true;
+  }
+  const int32_t length =
+      field.fixedText ? field.width : zk_Db_getFldLength(id_, field.name.c_str());
+  if (length < 0) return false;
+  text.resize(static_cast<std::size_t>(length));  // the terminator's byte is there as well
+  const int32_t copied = zk_Db_cpyFldN(id_, field.name.c_str(), text.data(), length);
+  text.resize(static_cast<std::size_t>(std::clamp(copied, 0, length)));
+  return copied == length;
+}
+
+void Table::close() {
+  const int status = zk_Db_closeDb(id_);
+  id_ = -1;
+  if (status != 0) throw libraryFailure(name_, status);
+}
+
+}  // namespace zk::tool

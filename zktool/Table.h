@@ -1,0 +1,79 @@
+// An open table as the commands see it: fields with their kinds, records one by one, and every
+// failure of the library as an exception that carries its one line for the user.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "zk_baselib.h"
+
+namespace zk::tool {
+
+// Ends the command with exit status 1; the text goes to standard error.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// "Opening File (-60)": the library's last error; `status` tells where it has none (50: locked).
+std::string errorText(int status);
+
+// "FILE: Opening File (-60)", with the file that the error names, else the table.
+Failure libraryFailure(const std::string &table, int status);
+
+enum class Kind { kText, kNumber, kDate, kDateTime, kLogical, kMemo, kNullFlags };
+
+struct Field {
+  std::string name;
+  char type = 'C';
+  int width = 0;
+  int decimals = 0;
+  Kind kind = Kind::kText;
+  int32_t number = 0;      // from 1
+  bool nameIsOwn = true;   // false when an earlier field has the same name
+  bool fixedText = false;  // the text of every record has exactly `width` bytes
+
+  // Derives the kind from type and width; `newer` says that the table's version is 0x30 to 0x32.
+  void setKind(bool newer);
+};
+
+class Table {
+ public:
+  Table(std::string name, int mode);
+  ~Table();
+  Table(const Table &) = delete;
+  Table &operator=(const Table &) = delete;
+
+  int32_t id() const { return id_; }
+  const std::string &name() const { return name_; }
+  const ZkDbInfo &info() const { return info_; }
+  const std::vector<Field> &fields() const { return fields_; }
+
+  // Throws when the table refuses changes.
+  void requireWritable() const;
+
+  // Move in record order; false behind the last record.
+  bool top();
+  bool next();
+  bool deleted() const { return zk_Db_deleted(id_) != 0; }
+
+  // The field's text in the current record, blanks and all; false (and empty) when it is a memo
+  // that cannot be read.
+  bool read(const Field &field, std::string &text) const;
+
+  // Closes and reports what could not be written. (The destructor closes silently.)
+  void close();
+
+ private:
+  void loadFields();
+  bool arrived(int status) const;
+
+  std::string name_;
+  int32_t id_;
+  ZkDbInfo info_{};
+  std::vector<Field> fields_;
+};
+
+}  // namespace zk::tool

@@ -1,0 +1,134 @@
+// zktool: looks into, imports and packs dBASE and FoxPro tables.
+// Exit status: 0 success (also when the reader of the output has gone), 1 failure with one line on
+// standard error, 2 wrong usage.
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "Commands.h"
+#include "Table.h"
+
+namespace {
+
+using zk::tool::CatOptions;
+using zk::tool::ImportOptions;
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+struct Options {
+  std::string table;  // of info and pack
+  CatOptions cat;
+  ImportOptions import;
+};
+
+void addInfo(CLI::App &app, Options &options) {
+  CLI::App *info = app.add_subcommand("info", "Show what a table is: version, size, fields");
+  info->add_option("TABLE", options.table, "The table (default extension DBF)")->required();
+  info->footer("Example:\n  zktool info piping.dbf");
+}
+
+void addCat(CLI::App &app, Options &options) {
+  CLI::App *cat = app.add_subcommand("cat", "Write a table's records to standard output");
+  cat->add_option("TABLE", options.cat.table, "The table (default extension DBF)")->required();
+  cat->add_option(
+         "--format", options.cat.format,
+         "table: aligned, UTF-8 (the default); csv: RFC 4180, bytes as they are; json: one "
+         "array of objects, UTF-8")
+      ->check(CLI::IsMember({"table", "csv", "json"}))
+      ->type_name("FORMAT");
+  cat->add_option("--limit", options.cat.limit, "Write at most N records")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("N");
+  cat->add_flag("--deleted", options.cat.deleted, "Write the records marked as deleted as well");
+  cat->footer(
+      "Examples:\n  zktool cat piping.dbf --limit 20\n"
+      "  zktool cat piping.dbf --format csv > piping.csv\n"
+      "  zktool cat piping --format json | jq '.[].TAG'");
+}
+
+void addImport(CLI::App &app, Options &options) {
+  CLI::App *import = app.add_subcommand("import", "Make a table from a CSV file, or add to one");
+  import->add_option("TABLE", options.import.table, "The table to make (default extension dbf)")
+      ->required();
+  import->add_option("FILE", options.import.csvFile, "CSV with a header line")->required();
+  CLI::Option *fields =
+      import->add_option("--fields", options.import.fields,
+                         "The fields, as NAME,TYPE[,WIDTH[,DECIMALS]];...; without it types and "
+                         "widths are chosen from the data");
+  fields->type_name("LIST");
+  import->add_flag("--append", options.import.append, "Add the rows to an existing table")
+      ->excludes(fields);
+  import->footer(
+      "Nothing is changed unless every value fits.\n\n"
+      "Examples:\n  zktool import piping.dbf piping.csv\n"
+      "  zktool import stock.dbf stock.csv --fields 'NAME,C,20;QTY,N,8,2;DUE,D'\n"
+      "  zktool import piping.dbf more.csv --append");
+}
+
+void addPack(CLI::App &app, Options &options) {
+  CLI::App *pack = app.add_subcommand("pack", "Remove the records marked as deleted for good");
+  pack->add_option("TABLE", options.table, "The table; no other program may have it open")
+      ->required();
+  pack->footer("Example:\n  zktool pack piping.dbf");
+}
+
+void run(const CLI::App &app, const Options &options, zk::tool::Output &out) {
+  if (app.got_subcommand("info")) {
+    zk::tool::runInfo(options.table, out);
+  } else if (app.got_subcommand("cat")) {
+    zk::tool::runCat(options.cat, out);
+  } else if (app.got_subcommand("import")) {
+    zk::tool::runImport(options.import, out);
+  } else {
+    zk::tool::runPack(options.table, out);
+  }
+}
+
+int wrongUsage(std::string text) {
+  for (char &c : text) {
+    if (c == '\n') c = ' ';
+  }
+  zk::tool::printMessage(text + " (see zktool --help)");
+  return kWrongUsage;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  zk::tool::Output out;
+  try {
+    Options options;
+    CLI::App app("Looks into, imports and packs dBASE and FoxPro tables.", "zktool");
+    app.allow_windows_style_options(false);
+    app.set_version_flag("--version", std::string("zktool ") + zk_Lib_version());
+    app.require_subcommand(1);
+    app.footer(
+        "Exit status: 0 success, 1 failure, 2 wrong usage.\n"
+        "'zktool COMMAND --help' tells more about a command.");
+    addInfo(app, options);
+    addCat(app, options);
+    addImport(app, options);
+    addPack(app, options);
+    try {
+      app.parse(argc, argv);
+    } catch (const CLI::Success &help) {
+      std::ostringstream text;
+      app.exit(help, text, text);
+      out.write(text.str());
+      out.flush();
+      return 0;
+    } catch (const CLI::ParseError &error) {
+      return wrongUsage(error.what());
+    }
+    zk_Db_setLockAttempts(1);  // a table that others hold is reported, not waited for
+    run(app, options, out);
+    return 0;
+  } catch (const zk::tool::ClosedPipe &) {
+    return 0;
+  } catch (const zk::tool::UsageError &error) {
+    return wrongUsage(error.what());
+  } catch (const std::exception &failure) {
+    zk::tool::printMessage(failure.what());
+  }
+  return kFailed;
+}
