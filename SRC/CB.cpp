@@ -1,0 +1,108 @@
+// The access layer's bridge to the table engine.
+#include "zk/dbref.h"
+
+#include "SRC/Engine.h"
+#include "SRC/StrList.h"
+#include "base/Memory.h"
+#include "base/Number.h"
+#include "zk/db.h"
+
+namespace zk {
+namespace {
+
+bool separatesExpressions(char c) { return c == ',' || c == ' '; }
+
+std::string_view firstCharacters(const char *text, int32_t length) {
+  if (text == nullptr || length < 1) return {};
+  std::size_t size = 0;
+  while (size < static_cast<std::size_t>(length) && text[size] != '\0') ++size;
+  return {text, size};
+}
+
+}  // namespace
+
+void applyAccessSettings(engine::Context &context) noexcept {
+  engine::Settings &settings = context.settings;
+  settings.showErrorBoxes = false;
+  settings.unknownFieldIsError = false;
+  settings.refuseOverwrite = false;
+  settings.readOnlyFallback = true;
+  settings.openProductionIndex = true;
+}
+
+}  // namespace zk
+
+using namespace zk;
+
+int zk_Cb_init(ZkContext *context) {
+  engine::Context *live = engine::liveContext(context);
+  if (live == nullptr) return 0;
+  applyAccessSettings(*live);
+  return 1;
+}
+
+StrList *zk_Cb_parseTagInfo(const char *tagInfo) {
+  if (tagInfo == nullptr) return nullptr;
+  OwnedStringList list;
+  for (const char *p = tagInfo; *p != '\0';) {
+    if (separatesExpressions(*p)) {
+      ++p;
+      continue;
+    }
+    const char *end = p;
+    while (*end != '\0' && !separatesExpressions(*end)) ++end;
+    if (list == nullptr) list.reset(newList());
+    if (list == nullptr || !appendString(*list, {p, static_cast<std::size_t>(end - p)})) {
+      return nullptr;
+    }
+    p = end;
+  }
+  return list.release();
+}
+
+ZkIndex *zk_Cb_i4create(ZkTable *table, const char *fileName, const char *, int32_t, int32_t) {
+  engine::Table *live = engine::liveTable(table);
+  if (live != nullptr) live->context().fail(engine::kErrNoIndexSupport, fileName);
+  return nullptr;
+}
+
+int zk_Cb_freeTags(ZkTagInfo *tags, int32_t count) {
+  if (tags == nullptr) return 0;
+  for (int32_t i = 0; i < count; ++i) {
+    base::release(tags[i].name);
+    base::release(tags[i].expression);
+    base::release(tags[i].filter);
+  }
+  base::release(tags);
+  return 1;
+}
+
+ZkTag *zk_Cb_findTag(ZkTable *, const char *) { return nullptr; }
+
+int zk_Cb_createNdx(const char *tableFile, const char *, int32_t) {
+  if (engine::Context *context = prepareAccess()) {
+    context->clearError();
+    context->fail(engine::kErrNoIndexSupport, tableFile);
+  }
+  return 0;
+}
+
+double zk_c4atod(const char *text, int32_t length) {
+  return base::toDouble(firstCharacters(text, length));
+}
+
+int32_t zk_c4atoi(const char *text, int32_t length) {
+  return base::toInt32(firstCharacters(text, length));
+}
+
+int32_t zk_c4atol(const char *text, int32_t length) { return zk_c4atoi(text, length); }
+
+int zk_d4write(ZkTable *table, int32_t recordNumber) {
+  engine::Table *live = engine::liveTable(table);
+  if (live == nullptr) return 1;
+  live->context().clearError();
+  return live->writeRecord(recordNumber);
+}
+
+double zk_Cnv_dtor(double degrees) { return degrees * 0.017453292519943295; }
+double zk_Cnv_rtod(double radians) { return radians * 57.29577951308232; }

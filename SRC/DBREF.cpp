@@ -1,0 +1,202 @@
+// The registries of table ids and tag ids.
+#include "zk/dbref.h"
+
+#include "SRC/Engine.h"
+#include "SRC/LnkList.h"
+#include "base/Memory.h"
+
+namespace zk {
+namespace {
+
+constexpr int32_t kFirstTableId = 0;
+constexpr int32_t kTableIdStep = 1;
+constexpr int32_t kTagIdStep = 100;  // also the first tag id
+
+LnkList *tableRegistry = nullptr;
+LnkList *tagRegistry = nullptr;
+
+// The id that was used last and its table: a program works on one table for a while.
+int32_t recentId = -1;
+engine::Table *recentTable = nullptr;
+
+bool ensure(LnkList *&registry) {
+  if (registry == nullptr) registry = newList();
+  return registry != nullptr;
+}
+
+template <typename Entry>
+Entry *entryOf(LnkNode *node) {
+  return node != nullptr ? static_cast<Entry *>(node->data) : nullptr;
+}
+
+// A copy of `entry` in a block of its own; null when refused.
+template <typename Entry>
+Entry *newEntry(const Entry &entry) {
+  auto *block = static_cast<Entry *>(base::allocate(sizeof(Entry)));
+  if (block != nullptr) *block = entry;
+  return block;
+}
+
+// The entry joins the registry; false (and it is released) when that is refused.
+bool enter(LnkList *&registry, void *entry) {
+  if (entry != nullptr && ensure(registry) && appendNode(*registry, entry) != nullptr) return true;
+  base::release(entry);
+  return false;
+}
+
+template <typename Entry, typename Matches>
+LnkNode *findNode(LnkList *registry, Matches matches) {
+  if (registry == nullptr) return nullptr;
+  for (LnkNode *node = registry->first; node != nullptr; node = node->next) {
+    if (matches(*static_cast<Entry *>(node->data))) return node;
+  }
+  return nullptr;
+}
+
+void removeNode(LnkList *registry, LnkNode *node) {
+  unlinkNode(*registry, *node);
+  base::release(node->data);
+  base::release(node);
+}
+
+template <typename Entry, typename Matches>
+bool removeFirst(LnkList *registry, Matches matches) {
+  LnkNode *node = findNode<Entry>(registry, matches);
+  if (node != nullptr) removeNode(registry, node);
+  return node != nullptr;
+}
+
+// Whether there was one.
+template <typename Entry, typename Matches>
+bool removeAll(LnkList *registry, Matches matches) {
+  bool removed = false;
+  while (removeFirst<Entry>(registry, matches)) removed = true;
+  return removed;
+}
+
+template <typename Entry, typename Id>
+int32_t nextId(LnkList *registry, int32_t first, int32_t step, Id idOf) {
+  int32_t next = first;
+  if (registry == nullptr) return next;
+  for (LnkNode *node = registry->first; node != nullptr; node = node->next) {
+    const int32_t id = idOf(*static_cast<Entry *>(node->data));
+    if (id >= next && id <= INT32_MAX - step) next = id + step;
+  }
+  return next;
+}
+
+int32_t hundredOf(int32_t tagId) { return tagId / kTagIdStep * kTagIdStep; }
+
+auto withTagId(int32_t tagId) {
+  return [wanted = hundredOf(tagId)](const DbTagRefNode &entry) { return entry.tagId == wanted; };
+}
+
+auto withTableId(int32_t tableId) {
+  return [tableId](const auto &entry) { return entry.tableId == tableId; };
+}
+
+void forgetRecent() {
+  recentId = -1;
+  recentTable = nullptr;
+}
+
+void emptyRegistry(LnkList *&registry) {
+  if (registry != nullptr) clearList(*registry, [](void *entry) { base::release(entry); });
+}
+
+}  // namespace
+
+engine::Table *tableById(int32_t tableId) noexcept {
+  if (engine::Context *context = accessContext()) context->clearError();
+  if (tableId == recentId) return recentTable;
+  const DbRefNode *entry = zk_DbRefNode_find(tableId);
+  engine::Table *table = entry != nullptr ? engine::liveTable(entry->table) : nullptr;
+  if (table == nullptr) return nullptr;
+  recentId = tableId;
+  recentTable = table;
+  return table;
+}
+
+void forgetTable(const engine::Table *table) noexcept {
+  forgetRecent();
+  removeAll<DbRefNode>(tableRegistry, [table](const DbRefNode &entry) {
+    return static_cast<const void *>(entry.table) == table;
+  });
+}
+
+void forgetAllTables() noexcept {
+  forgetRecent();
+  emptyRegistry(tableRegistry);
+  emptyRegistry(tagRegistry);
+}
+
+bool prepareRegistries() noexcept { return ensure(tableRegistry) && ensure(tagRegistry); }
+
+}  // namespace zk
+
+using namespace zk;
+
+DbRefNode *zk_DbRefNode_create(ZkTable *table, int32_t tableId) {
+  return newEntry(DbRefNode{table, tableId});
+}
+
+DbRefNode *zk_DbRefNode_find(int32_t tableId) {
+  return entryOf<DbRefNode>(findNode<DbRefNode>(tableRegistry, withTableId(tableId)));
+}
+
+int zk_DbRefNode_free(DbRefNode *entry) {
+  base::release(entry);
+  return entry != nullptr;
+}
+
+int32_t zk_DbRef_add(ZkTable *table) {
+  if (engine::liveTable(table) == nullptr) return -1;
+  const int32_t tableId = nextId<DbRefNode>(tableRegistry, kFirstTableId, kTableIdStep,
+                                            [](const DbRefNode &entry) { return entry.tableId; });
+  return enter(tableRegistry, zk_DbRefNode_create(table, tableId)) ? tableId : -1;
+}
+
+ZkTable *zk_DbRef_sel(int32_t tableId) { return handleOf(tableById(tableId)); }
+
+int zk_DbRef_del(int32_t tableId) {
+  forgetRecent();
+  return removeFirst<DbRefNode>(tableRegistry, withTableId(tableId));
+}
+
+int zk_DbRef_delTags(int32_t tableId) {
+  return removeAll<DbTagRefNode>(tagRegistry, withTableId(tableId));
+}
+
+DbTagRefNode *zk_DbTagRefNode_create(ZkIndex *index, int32_t tagId, int32_t tableId) {
+  return newEntry(DbTagRefNode{index, tableId, tagId});
+}
+
+int zk_DbTagRefNode_free(DbTagRefNode *entry) {
+  base::release(entry);
+  return entry != nullptr;
+}
+
+int32_t zk_DbTagRef_add(int32_t tableId, ZkIndex *index) {
+  const int32_t tagId = nextId<DbTagRefNode>(tagRegistry, kTagIdStep, kTagIdStep,
+                                             [](const DbTagRefNode &entry) { return entry.tagId; });
+  return enter(tagRegistry, zk_DbTagRefNode_create(index, tagId, tableId)) ? tagId : -1;
+}
+
+int zk_DbTagRef_update(int32_t tagId, ZkIndex *index) {
+  auto *entry = entryOf<DbTagRefNode>(findNode<DbTagRefNode>(tagRegistry, withTagId(tagId)));
+  if (entry == nullptr) return 0;
+  entry->index = index;
+  return 1;
+}
+
+ZkIndex *zk_DbTagRef_selNdx(int32_t tagId) {
+  const auto *entry = entryOf<DbTagRefNode>(findNode<DbTagRefNode>(tagRegistry, withTagId(tagId)));
+  return entry != nullptr ? entry->index : nullptr;
+}
+
+int zk_DbTagRef_del(int32_t tagId) {
+  return removeFirst<DbTagRefNode>(tagRegistry, withTagId(tagId));
+}
+
+// No table has tags yet, so that every number selects record order.
+ZkTag *zk_DbTagRef_sel(ZkTable *, int32_t) { return nullptr; }

@@ -1,0 +1,126 @@
+#include "zk/extras.h"
+
+#include "SRC/Engine.h"
+#include "engine/Error.h"
+#include "platform/Path.h"
+#include "platform/System.h"
+
+using namespace zk;
+
+const char *zk_Lib_version(void) { return ZK_VERSION_TEXT; }
+
+// ---- The engine's last error
+
+int32_t zk_DbError_code(void) {
+  const engine::Context *context = accessContext();
+  return context != nullptr ? context->errorCode() : 0;
+}
+
+const char *zk_DbError_text(void) {
+  const engine::Context *context = accessContext();
+  return context != nullptr ? context->errorText() : "";
+}
+
+const char *zk_DbError_file(void) {
+  const engine::Context *context = accessContext();
+  return context != nullptr ? context->errorFile() : "";
+}
+
+const char *zk_DbError_codeText(int32_t code) { return engine::errorText(code); }
+
+// ---- Tables
+
+int zk_Db_getInfo(int32_t tableId, ZkDbInfo *info) {
+  engine::Table *table = tableById(tableId);
+  if (table == nullptr || info == nullptr) return 0;
+  const engine::Header &header = table->header();
+  const platform::Date updated = table->lastUpdate();
+  info->version = header.version;
+  info->codePage = header.codePage;
+  info->updateYear = updated.year;
+  info->updateMonth = updated.month;
+  info->updateDay = updated.day;
+  info->recordCount = static_cast<int32_t>(table->recordCount());
+  info->recordLength = header.recordLength;
+  info->headerLength = header.headerLength;
+  info->fieldCount = static_cast<int32_t>(table->fields().size());
+  info->readOnly = table->readOnlyReason() != nullptr;
+  info->memoBlockSize = static_cast<int32_t>(table->memoBlockSize());
+  return 1;
+}
+
+const char *zk_Db_readOnlyReason(int32_t tableId) {
+  const engine::Table *table = tableById(tableId);
+  return table != nullptr && table->readOnlyReason() != nullptr ? table->readOnlyReason() : "";
+}
+
+const char *zk_Db_getFileName(int32_t tableId) {
+  const engine::Table *table = tableById(tableId);
+  return table != nullptr ? table->path().c_str() : "";
+}
+
+int zk_Db_goRec(int32_t tableId, int32_t recordNumber) {
+  engine::Table *table = tableById(tableId);
+  return table != nullptr ? table->go(recordNumber) : 1;
+}
+
+int32_t zk_Db_getFldLength(int32_t tableId, const char *field) {
+  const engine::Table *table = tableById(tableId);
+  const engine::Field *found =
+      table != nullptr && field != nullptr ? table->findField(field) : nullptr;
+  std::string_view text;
+  if (found == nullptr || found->text(text) != engine::kOk) return -1;
+  return text.size() <= INT32_MAX ? static_cast<int32_t>(text.size()) : INT32_MAX;
+}
+
+int zk_Db_flush(int32_t tableId) {
+  engine::Table *table = tableById(tableId);
+  return table != nullptr ? table->flush() : 1;
+}
+
+int32_t zk_Db_getLockAttempts(void) {
+  const engine::Context *context = prepareAccess();
+  return context != nullptr ? context->settings.lockAttempts : -1;
+}
+
+int32_t zk_Db_setLockAttempts(int32_t attempts) {
+  engine::Context *context = prepareAccess();
+  if (context == nullptr) return -1;
+  const int32_t previous = context->settings.lockAttempts;
+  context->settings.lockAttempts = attempts < -1 ? -1 : attempts;
+  return previous;
+}
+
+void zk_Db_setProgress(ZkProgressFn progress, void *user) {
+  engine::Context *context = prepareAccess();
+  if (context == nullptr) return;
+  context->progress = progress;
+  context->progressUser = user;
+}
+
+int zk_Db_setErrorBoxes(int show) {
+  engine::Context *context = prepareAccess();
+  if (context == nullptr) return 0;
+  const bool previous = context->settings.showErrorBoxes;
+  context->settings.showErrorBoxes = show != 0;
+  return previous;
+}
+
+ZkContext *zk_Db_context(void) { return handleOf(accessContext()); }
+
+ZkField *zk_Db_field(int32_t tableId, int32_t number) {
+  const engine::Table *table = tableById(tableId);
+  if (table == nullptr || number < 1) return nullptr;
+  const auto index = static_cast<std::size_t>(number) - 1;
+  return index < table->fields().size() ? handleOf(&table->fields()[index]) : nullptr;
+}
+
+// ---- Host
+
+void zk_Host_setMessagePresenter(ZkMessagePresenterFn presenter, void *user) {
+  platform::setMessagePresenter(presenter, user);
+}
+
+int zk_Host_setDriveDirectory(char letter, const char *directory) {
+  return platform::setDriveDirectory(letter, directory);
+}

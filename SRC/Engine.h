@@ -1,0 +1,38 @@
+// Between the public handles and the engine's objects, and the one context of the access layer.
+#pragma once
+
+#include "engine/Context.h"
+#include "engine/Table.h"
+#include "zk/dbref.h"
+
+namespace zk {
+
+// The context that every table of the access layer is opened in; null before zk_Db_init.
+engine::Context *accessContext() noexcept;
+
+// Makes the context and the registries when they do not exist yet; null when memory is refused.
+engine::Context *prepareAccess() noexcept;
+
+// The settings of the access layer (zk_Cb_init).
+void applyAccessSettings(engine::Context &context) noexcept;
+
+// An open table by id, null for an unknown one; clears the last error, as every operation on a
+// table does first.
+engine::Table *tableById(int32_t tableId) noexcept;
+
+// Forgets every id of a table that is about to be closed.
+void forgetTable(const engine::Table *table) noexcept;
+// Empties both registries.
+void forgetAllTables() noexcept;
+// Makes them when they do not exist yet; false when memory is refused.
+bool prepareRegistries() noexcept;
+
+inline ZkTable *handleOf(engine::Table *table) { return reinterpret_cast<ZkTable *>(table); }
+inline ZkContext *handleOf(engine::Context *context) {
+  return reinterpret_cast<ZkContext *>(context);
+}
+inline ZkField *handleOf(const engine::Field *field) {
+  return reinterpret_cast<ZkField *>(const_cast<engine::Field *>(field));
+}
+
+}  // namespace zk

@@ -1,0 +1,115 @@
+/* What hosts and tools need beyond the families' own functions: the engine's last error, facts
+ * about a table, going to a record, flushing, lock attempts, progress, and how the library shows
+ * messages and finds drives.
+ */
+#ifndef ZK_EXTRAS_H
+#define ZK_EXTRAS_H
+
+#include "zk/dbref.h"
+#include "zk/types.h"
+
+ZK_EXTERN_C_BEGIN
+
+/* The library's version, such as "0.1.0". Static, never null. */
+ZK_API const char *ZK_CALL zk_Lib_version(void);
+
+/* ---- The engine's last error ------------------------------------------------------------------
+ */
+
+/* The error code of the last table operation: 0 when it met none, else a negative code. Cleared by
+ * each operation of zk/db.h that takes a table id or a file name. Soft results (end of file,
+ * locked) are not errors. */
+ZK_API int32_t ZK_CALL zk_DbError_code(void);
+
+/* What belongs to that code: its own text where one error has several ("Too Many Fields"), else
+ * zk_DbError_codeText of it; "" without an error. Valid until the next table operation. */
+ZK_API const char *ZK_CALL zk_DbError_text(void);
+
+/* The file that the error names, or "". Valid until the next table operation. */
+ZK_API const char *ZK_CALL zk_DbError_file(void);
+
+/* The engine's text for an error code ("Opening File" for -60); "" for a code that has none. */
+ZK_API const char *ZK_CALL zk_DbError_codeText(int32_t code);
+
+/* ---- Tables -----------------------------------------------------------------------------------
+ */
+
+typedef struct ZkDbInfo {
+  int32_t version;    /* byte 0 of the header: 0x03, 0x30, 0xF5, ... */
+  int32_t codePage;   /* byte 29 of the header: 0 none, 0x03 Windows-1252, ... */
+  int32_t updateYear; /* last update; all 0 when the header's date is impossible */
+  int32_t updateMonth;
+  int32_t updateDay;
+  int32_t recordCount;
+  int32_t recordLength; /* bytes, the deletion mark included */
+  int32_t headerLength; /* bytes */
+  int32_t fieldCount;
+  int32_t readOnly;      /* 1 when the table refuses changes */
+  int32_t memoBlockSize; /* bytes; 0 without a memo file */
+} ZkDbInfo;
+
+/* Fills in the facts of an open table. 1; 0 for an unknown id or null. */
+ZK_API int ZK_CALL zk_Db_getInfo(int32_t tableId, ZkDbInfo *info);
+
+/* Why the table is read-only ("" when it is not): static text. */
+ZK_API const char *ZK_CALL zk_Db_readOnlyReason(int32_t tableId);
+
+/* The file name under which the table was found; "" for an unknown id. Valid while it is open. */
+ZK_API const char *ZK_CALL zk_Db_getFileName(int32_t tableId);
+
+/* Goes to a record by number: 0, -930 outside 1..record count (the position stays), another engine
+ * status, 1 for an unknown id. */
+ZK_API int ZK_CALL zk_Db_goRec(int32_t tableId, int32_t recordNumber);
+
+/* Length in bytes of the current record's text of a field, blanks included: the width for most
+ * types, the memo's length for memos. -1 for an unknown id or field or a memo that cannot be read
+ * (zk_DbError_code). */
+ZK_API int32_t ZK_CALL zk_Db_getFldLength(int32_t tableId, const char *field);
+
+/* Writes everything that is pending (changed record, collected appends, header) to the file. 0, or
+ * the engine's status; 1 for an unknown id. Hands the data to the system; does not wait for the
+ * disk. */
+ZK_API int ZK_CALL zk_Db_flush(int32_t tableId);
+
+/* How often a lock that another program holds is tried: -1 (the default) until it succeeds, 0 and 1
+ * once, n > 1 about n times, one second apart. set returns the previous value. */
+ZK_API int32_t ZK_CALL zk_Db_getLockAttempts(void);
+ZK_API int32_t ZK_CALL zk_Db_setLockAttempts(int32_t attempts);
+
+/* Called now and then during long work with its stage ("Packing"), how much of `total` is done
+ * (records) and `user`. It must not call table operations. Null switches it off. */
+typedef void(ZK_CALL *ZkProgressFn)(const char *stage, int64_t done, int64_t total, void *user);
+ZK_API void ZK_CALL zk_Db_setProgress(ZkProgressFn progress, void *user);
+
+/* Whether engine errors are shown in message boxes; off after zk_Db_init. Returns the previous
+ * setting. */
+ZK_API int ZK_CALL zk_Db_setErrorBoxes(int show);
+
+/* The engine objects behind the ids, for zk_Cb_init and zk_DbFldNode_fromFld. The context is null
+ * before zk_Db_init; the field is null for an unknown id or a number outside 1..field count. They
+ * belong to the library. */
+ZK_API ZkContext *ZK_CALL zk_Db_context(void);
+ZK_API ZkField *ZK_CALL zk_Db_field(int32_t tableId, int32_t number);
+
+/* ---- Memory -----------------------------------------------------------------------------------
+ */
+
+/* The message of the last refused allocation ("Unable to allocate 1024 bytes of memory"); "" before
+ * the first. Static. */
+ZK_API const char *ZK_CALL zk_Memory_lastFailure(void);
+
+/* ---- Host -------------------------------------------------------------------------------------
+ */
+
+/* Shows a message in the host's own way; null puts the default back (Windows: a message box, Linux:
+ * standard error). */
+typedef void(ZK_CALL *ZkMessagePresenterFn)(const char *title, const char *text, void *user);
+ZK_API void ZK_CALL zk_Host_setMessagePresenter(ZkMessagePresenterFn presenter, void *user);
+
+/* Linux: the directory that a drive letter stands for in paths ("C:\\data"); by default every drive
+ * is "/". A null or empty directory restores the default. 1; 0 for anything but a letter, for a
+ * directory of 256 characters or more, and on Windows, where drives are the system's. */
+ZK_API int ZK_CALL zk_Host_setDriveDirectory(char letter, const char *directory);
+
+ZK_EXTERN_C_END
+#endif
