@@ -1,0 +1,30 @@
+# The everyday commands. demo, test and bench install the packages that they miss.
+.PHONY: build demo test bench format clean
+
+build:
+	scripts/install-deps.sh build
+	cmake --preset release -DBUILD_TESTING=OFF -DZK_BUILD_BENCH=OFF
+	cmake --build --preset release
+
+demo:
+	scripts/install-deps.sh build
+	cmake --preset release -B build/demo -DBUILD_TESTING=OFF -DZK_BUILD_BENCH=OFF
+	cmake --build build/demo --target plant_demo
+	build/demo/examples/plant/plant_demo build/demo
+
+test:
+	scripts/install-deps.sh build test
+	cmake --preset sanitize
+	cmake --build --preset sanitize
+	ctest --preset sanitize --parallel 2
+
+bench:
+	scripts/install-deps.sh build bench
+	cmake --preset release -B build/bench -DBUILD_TESTING=OFF
+	cmake --build build/bench --target bench
+
+format:
+	git ls-files --cached --others --exclude-standard '*.c' '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf build

@@ -1,0 +1,21 @@
+# Compares what LIBRARY exports, as NM prints it, with the names in LIST.
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols
+                COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[^ \n]+\n" exported "${symbols}")
+string(REPLACE "\n" "" exported "${exported}")
+file(STRINGS ${LIST} listed REGEX "^[A-Za-z_]")
+
+set(unlisted ${exported})
+list(REMOVE_ITEM unlisted ${listed})
+set(absent ${listed})
+list(REMOVE_ITEM absent ${exported})
+set(repeated ${listed})
+list(REMOVE_DUPLICATES repeated)
+if(unlisted OR absent)
+  message(FATAL_ERROR "exported but not listed: ${unlisted}\nlisted but not exported: ${absent}")
+endif()
+list(LENGTH listed names)
+list(LENGTH repeated different)
+if(NOT names EQUAL different)
+  message(FATAL_ERROR "a name stands in ${LIST} twice")
+endif()
