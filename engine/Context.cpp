@@ -56,26 +56,40 @@ Context *liveContext(const void *handle) noexcept {
   return context;
 }
 
-Table *liveTable(const void *handle) noexcept {
-  if (handle == nullptr) return nullptr;
+namespace {
+
+// The first open table, of any context, that the test accepts; null when there is none.
+template <typename Test>
+Table *findTable(Test accepts) {
   for (Context *context = firstContext; context != nullptr; context = context->next()) {
     for (Table *table = context->firstTable(); table != nullptr; table = table->next()) {
-      if (table == handle) return table;
+      if (accepts(*table)) return table;
     }
   }
   return nullptr;
 }
 
+}  // namespace
+
+Table *liveTable(const void *handle) noexcept {
+  return findTable([handle](const Table &table) { return &table == handle; });
+}
+
 const Field *liveField(const void *handle) noexcept {
-  if (handle == nullptr) return nullptr;
-  for (Context *context = firstContext; context != nullptr; context = context->next()) {
-    for (Table *table = context->firstTable(); table != nullptr; table = table->next()) {
-      for (const Field &field : table->fields()) {
-        if (&field == handle) return &field;
-      }
+  const Field *found = nullptr;
+  findTable([handle, &found](const Table &table) {
+    for (const Field &field : table.fields()) {
+      if (&field == handle) found = &field;
     }
-  }
-  return nullptr;
+    return found != nullptr;
+  });
+  return found;
+}
+
+bool isOpenTwice(const Table &table) noexcept {
+  return findTable([&table](const Table &other) {
+           return &other != &table && other.fileIdentity() == table.fileIdentity();
+         }) != nullptr;
 }
 
 }  // namespace zk::engine

@@ -73,4 +73,7 @@ Context *liveContext(const void *handle) noexcept;
 Table *liveTable(const void *handle) noexcept;
 const Field *liveField(const void *handle) noexcept;
 
+// Whether another table object of this process has the same file open.
+bool isOpenTwice(const Table &table) noexcept;
+
 }  // namespace zk::engine

@@ -26,9 +26,23 @@ constexpr int kErrWriting = -120;
 constexpr int kErrNotATable = -200;
 constexpr int kErrFieldName = -210;
 constexpr int kErrRecordLength = -230;
+constexpr int kErrCommaOrBracket = -400;
+constexpr int kErrNotComplete = -410;
+constexpr int kErrAlias = -420;
+constexpr int kErrIifLength = -422;
+constexpr int kErrNotConstant = -425;
+constexpr int kErrParameterCount = -430;
+constexpr int kErrOverflow = -440;
+constexpr int kErrRightBracket = -450;
+constexpr int kErrSubexpressionType = -460;
+constexpr int kErrFunction = -470;
+constexpr int kErrOperator = -480;
+constexpr int kErrValue = -490;
+constexpr int kErrUnterminatedText = -500;
 constexpr int kErrUnexpectedInformation = -910;
 constexpr int kErrMemory = -920;
 constexpr int kErrParameter = -930;
+constexpr int kErrUnexpectedResult = -950;
 constexpr int kErrNoIndexSupport = -1010;
 
 // The text of a code, "" for one that has none. Never null.

@@ -7,14 +7,15 @@
 
 #include "base/Number.h"
 #include "engine/Bytes.h"
+#include "engine/Calendar.h"
 #include "engine/Table.h"
 
 namespace zk::engine {
 namespace {
 
 constexpr std::int64_t kCurrencyScale = 10000;
-constexpr std::int64_t kMillisecondsPerDay = 86400000;
-constexpr std::int64_t kJulianOfCivilEpoch = 2440588;  // 1970-01-01
+constexpr std::int64_t kSecondsPerDay = 86400;
+constexpr std::int64_t kMillisecondsPerDay = kSecondsPerDay * 1000;
 constexpr std::size_t kDateTimeSize = 19;              // YYYY-MM-DD hh:mm:ss
 
 const unsigned char *bytesOf(const char *data) {
@@ -22,67 +23,24 @@ const unsigned char *bytesOf(const char *data) {
 }
 unsigned char *bytesOf(char *data) { return reinterpret_cast<unsigned char *>(data); }
 
-struct CivilDate {
-  std::int64_t year;
-  unsigned month;
-  unsigned day;
-};
-
-// Gregorian calendar from day numbers and back; the year begins in March, so that the leap day ends
-// it (H. Hinnant, "chrono-Compatible Low-Level Date Algorithms").
-CivilDate civilFromJulian(std::int64_t julian) {
-  const std::int64_t z = julian - kJulianOfCivilEpoch + 719468;
-  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  const auto dayOfEra = static_cast<unsigned>(z - era * 146097);
-  const unsigned yearOfEra =
-      (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-  const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-  const unsigned monthFromMarch = (5 * dayOfYear + 2) / 153;
-  const unsigned month = monthFromMarch < 10 ? monthFromMarch + 3 : monthFromMarch - 9;
-  return {static_cast<std::int64_t>(yearOfEra) + era * 400 + (month <= 2 ? 1 : 0), month,
-          dayOfYear - (153 * monthFromMarch + 2) / 5 + 1};
-}
-
-std::int64_t julianFromCivil(const CivilDate &date) {
-  const std::int64_t year = date.year - (date.month <= 2 ? 1 : 0);
-  const std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-  const auto yearOfEra = static_cast<unsigned>(year - era * 400);
-  const unsigned monthFromMarch = date.month > 2 ? date.month - 3 : date.month + 9;
-  const unsigned dayOfYear = (153 * monthFromMarch + 2) / 5 + date.day - 1;
-  const unsigned dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-  return era * 146097 + static_cast<std::int64_t>(dayOfEra) - 719468 + kJulianOfCivilEpoch;
-}
-
-void putDigits(char *out, unsigned value, int digits) {
-  for (int i = digits; i-- > 0; value /= 10) out[i] = static_cast<char>('0' + value % 10);
-}
-
 // "" for a zero, and for a day or time that no calendar has.
 std::size_t formatDateTime(const char *bytes, char *out) {
   const auto julian = static_cast<std::int32_t>(readLittle32(bytesOf(bytes)));
   const auto milliseconds = static_cast<std::int32_t>(readLittle32(bytesOf(bytes) + 4));
   if (julian <= 0 || milliseconds < 0 || milliseconds >= kMillisecondsPerDay) return 0;
-  const CivilDate date = civilFromJulian(julian);
+  // Writers keep whole seconds with a rounding error: 61984999 is 17:13:05.
+  const std::int64_t wholeSeconds = (milliseconds + 500) / 1000;
+  const CivilDate date = civilFromJulian(julian + wholeSeconds / kSecondsPerDay);
   if (date.year < 1 || date.year > 9999) return 0;
   std::memcpy(out, "0000-00-00 00:00:00", kDateTimeSize);
   putDigits(out, static_cast<unsigned>(date.year), 4);
   putDigits(out + 5, date.month, 2);
   putDigits(out + 8, date.day, 2);
-  const auto seconds = static_cast<unsigned>(milliseconds / 1000);
+  const auto seconds = static_cast<unsigned>(wholeSeconds % kSecondsPerDay);
   putDigits(out + 11, seconds / 3600, 2);
   putDigits(out + 14, seconds / 60 % 60, 2);
   putDigits(out + 17, seconds % 60, 2);
   return kDateTimeSize;
-}
-
-bool readDigits(std::string_view text, std::size_t at, int digits, unsigned &value) {
-  value = 0;
-  for (int i = 0; i < digits; ++i) {
-    const char c = text[at + static_cast<std::size_t>(i)];
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + static_cast<unsigned>(c - '0');
-  }
-  return true;
 }
 
 // A text of another form, or a date that no calendar has, makes the field blank.
@@ -95,11 +53,9 @@ void parseDateTime(std::string_view text, char *bytes) {
       !readDigits(text, 14, 2, minute) || !readDigits(text, 17, 2, second)) {
     return;
   }
-  if (year < 1 || month < 1 || month > 12 || hour > 23 || minute > 59 || second > 59) return;
-  const CivilDate date = {year, month, day};
-  const std::int64_t julian = julianFromCivil(date);
-  const CivilDate same = civilFromJulian(julian);
-  if (same.month != month || same.day != day) return;
+  if (hour > 23 || minute > 59 || second > 59) return;
+  const std::int64_t julian = checkedJulian({year, month, day});
+  if (julian == 0) return;
   writeLittle32(bytesOf(bytes), static_cast<std::uint32_t>(julian));
   writeLittle32(bytesOf(bytes) + 4, (hour * 3600 + minute * 60 + second) * 1000);
 }

@@ -44,4 +44,10 @@ base::String companionName(const char *tableName, const char *extension) {
   return result;
 }
 
+std::string_view baseName(std::string_view path) noexcept {
+  const std::size_t separator = path.find_last_of("\\/:");
+  if (separator != std::string_view::npos) path.remove_prefix(separator + 1);
+  return path.substr(0, path.rfind('.'));
+}
+
 }  // namespace zk::engine

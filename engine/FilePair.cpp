@@ -38,49 +38,81 @@ void FilePair::closeFiles() noexcept {
   memo_.file().close();
 }
 
-int FilePair::begin(const char *path, bool withMemo) {
+void FilePair::setPaths(const char *path) {
   tablePath_ = platform::finalPath(path);
   newTablePath_ = newNameOf(tablePath_);
   // Beside the name that was given, as opening looks for it: that may be a link.
   memoPath_ = platform::finalPath(platform::nativePath(companionName(path, "FPT").c_str()).c_str());
-  newMemoPath_ = newNameOf(memoPath_);
-  if (isInterrupted(newTablePath_, newMemoPath_)) {
-    const IoStatus done = platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str());
-    if (done != IoStatus::kOk) return refused(kErrRenaming, memoPath_);
+}
+
+int FilePair::beginNew(const char *path, bool withMemo) {
+  setPaths(path);
+  if (platform::pathExists(tablePath_.c_str())) {
+    const int status = holdExisting(withMemo);
+    if (status != kOk) return status;
   }
-  int status = table_.create(context_, newTablePath_.c_str());
+  return createFiles(withMemo);
+}
+
+int FilePair::beginReplacing(const char *path, bool withMemo) {
+  setPaths(path);
+  replacing_ = true;
+  return createFiles(withMemo);
+}
+
+// Keeps everybody out of the table that is to be replaced, until it is.
+int FilePair::holdExisting(bool withMemo) {
+  replacing_ = true;
+  if (context_.settings.refuseOverwrite) return refused(kErrCreating, tablePath_);
+  const int status = existing_.open(context_, tablePath_.c_str(), OpenMode::kExclusive, true);
+  if (status != kOk || existing_.readOnly()) return refused(kErrCreating, tablePath_);
+  const int completed = completeInterrupted(existing_, memoPath_.c_str());
+  if (completed != kOk || !withMemo || !platform::pathExists(memoPath_.c_str())) return completed;
+  File memo;  // what cannot be written might not be replaced either
+  const int opened = memo.open(context_, memoPath_.c_str(), OpenMode::kShared, false);
+  return opened != kOk || memo.readOnly() ? refused(kErrCreating, memoPath_) : kOk;
+}
+
+int FilePair::createFiles(bool withMemo) {
+  const int status = table_.create(context_, newTablePath_.c_str());
   if (status != kOk) return status;
   begun_ = true;
-  // What an earlier attempt left behind must not outlive this one.
-  platform::removeFile(newMemoPath_.c_str());
-  if (!withMemo) {
-    newMemoPath_.clear();
-    return kOk;
+  if (!replacing_ && platform::pathExists(tablePath_.c_str())) {
+    return refused(kErrCreating, tablePath_);  // another program was faster
   }
+  // What an earlier attempt left behind must not outlive this one.
+  base::String newMemoPath = newNameOf(memoPath_);
+  platform::removeFile(newMemoPath.c_str());
+  if (!withMemo) return kOk;
+  newMemoPath_.swap(newMemoPath);
   return memo_.file().create(context_, newMemoPath_.c_str());
 }
 
 int FilePair::rename() noexcept {
+  // The memo file of a table that was not there goes first: alone it means nothing.
+  if (!replacing_) {
+    const int status = renameMemo();
+    if (status != kOk) return status;
+  }
   if (platform::replaceFile(newTablePath_.c_str(), tablePath_.c_str()) != IoStatus::kOk) {
     return refused(kErrRenaming, tablePath_);
   }
   tableInPlace_ = true;
-  if (newMemoPath_.empty()) return kOk;
-  if (platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str()) != IoStatus::kOk) {
-    return refused(kErrRenaming, memoPath_);
-  }
-  return kOk;
+  return replacing_ ? renameMemo() : kOk;
 }
 
-int FilePair::putInPlaceOfUnopened() {
-  File existing;
-  if (platform::pathExists(tablePath_.c_str())) {
-    if (context_.settings.refuseOverwrite) return refused(kErrCreating, tablePath_);
-    const int status = existing.open(context_, tablePath_.c_str(), OpenMode::kExclusive, true);
-    if (status != kOk || existing.readOnly()) return refused(kErrCreating, tablePath_);
+int FilePair::renameMemo() noexcept {
+  if (newMemoPath_.empty() ||
+      platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str()) == IoStatus::kOk) {
+    return kOk;
   }
+  return refused(kErrRenaming, memoPath_);
+}
+
+int FilePair::putInPlace() noexcept {
   if (platform::hasShareModes()) {
-    existing.close();
+    // Open files cannot be renamed there.
+    existing_.close();
     closeFiles();
   }
   return rename();
@@ -93,7 +125,6 @@ int FilePair::replace(File &liveTable, Memo *liveMemo) {
   const OpenMode mode = liveTable.mode();
 
   if (platform::hasShareModes()) {
-    // Open files cannot be renamed there.
     closeFiles();
     liveTable.close();
     if (liveMemo != nullptr) liveMemo->file().close();

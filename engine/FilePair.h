@@ -4,7 +4,8 @@
 // Two files cannot be renamed at once. The new ones are called like the old ones with ".zknew"
 // behind, and the table's exists whenever the memo's does. Renaming the new table is the moment
 // that counts: a new memo file whose table is gone belongs to the table in place, and the next
-// opener finishes the job.
+// opener finishes the job. Whoever replaces a table keeps every other opener out meanwhile, so that
+// only one program at a time deals with these files.
 #pragma once
 
 #include "base/Memory.h"
@@ -21,16 +22,19 @@ class FilePair {
   FilePair(const FilePair &) = delete;
   FilePair &operator=(const FilePair &) = delete;
 
-  // Creates the new files for the table at `path` (native). -20 when another program does so.
-  int begin(const char *path, bool withMemo);
+  // Both create the new files for the table at `path` (native); -20 when another program does so.
+  // For a new table: one that is in place is kept from everybody until it is replaced (-20 when
+  // somebody has it open).
+  int beginNew(const char *path, bool withMemo);
+  // For a table that is open here and nowhere else, nor can be opened.
+  int beginReplacing(const char *path, bool withMemo);
   File &table() noexcept { return table_; }
   Memo &memo() noexcept { return memo_; }
 
-  // For a new table: replaces a file that nobody has open (-20 otherwise), or just appears.
-  int putInPlaceOfUnopened();
-
-  // For a table that is open here and nowhere else: replaces its files; afterwards `liveTable` and
-  // `liveMemo` (null without memos) are the new ones in the old one's mode.
+  // After beginNew.
+  int putInPlace() noexcept;
+  // After beginReplacing: `liveTable` and `liveMemo` (null without memos) become the new ones in
+  // the old one's mode.
   int replace(File &liveTable, Memo *liveMemo);
 
   // Finishes a replacement that died after its table was in place. To be called before the memo
@@ -38,7 +42,11 @@ class FilePair {
   static int completeInterrupted(File &table, const char *memoPath);
 
  private:
+  void setPaths(const char *path);
+  int holdExisting(bool withMemo);
+  int createFiles(bool withMemo);
   int rename() noexcept;
+  int renameMemo() noexcept;
   void closeFiles() noexcept;
   int refused(int code, const base::String &path) noexcept {
     return context_.fail(code, path.c_str());
@@ -46,9 +54,12 @@ class FilePair {
 
   Context &context_;
   base::String tablePath_, newTablePath_;
-  base::String memoPath_, newMemoPath_;  // empty without memos
+  base::String memoPath_;
+  base::String newMemoPath_;  // empty without memos
+  File existing_;             // the table that a new one replaces
   File table_;
   Memo memo_;
+  bool replacing_ = false;
   bool begun_ = false;
   bool tableInPlace_ = false;
 };

@@ -74,7 +74,10 @@ std::uint8_t decimalsOf(char type, FieldKind kind, const unsigned char *descript
 Field readDescriptor(const Header &header, const unsigned char *descriptor) {
   Field field;
   const unsigned char *upper = platform::upperCaseMap();
-  for (std::size_t i = 0; i < kNameSize && descriptor[i] != 0; ++i) {
+  std::size_t length = 0;
+  while (length < kNameSize && descriptor[length] != 0) ++length;
+  while (length > 0 && descriptor[length - 1] == ' ') --length;  // some writers pad with blanks
+  for (std::size_t i = 0; i < length; ++i) {
     field.name[i] = static_cast<char>(upper[descriptor[i]]);
   }
   field.type = upperLetter(static_cast<char>(descriptor[11]));
@@ -128,7 +131,8 @@ int readHeader(File &file, Header &header, base::Vector<Field> &fields, FieldFac
     offset += field.width;
     if (offset > header.recordLength) return notATable();
     if (field.isMemo()) field.memoNumber = memos++;
-    if (!isKnownType(field.type, field.kind)) facts.unknownType = true;
+    // A field without width has no bytes that rewriting could harm.
+    if (field.width > 0 && !isKnownType(field.type, field.kind)) facts.unknownType = true;
     if (header.newer() && (descriptor[18] & kAutoIncrementFlag) == kAutoIncrementFlag) {
       facts.autoIncrement = true;
     }

@@ -16,6 +16,8 @@ constexpr std::size_t kBlockBytes = 1 << 20;
 Context &Packer::table_context() const noexcept { return table_.context(); }
 
 int Packer::run() {
+  // Nobody but the caller could close the other one: waiting for that would never end.
+  if (isOpenTwice(table_)) return kLocked;
   int status = table_.file_.becomeOnlyOpener();
   if (status != kOk) return status;
   status = base::guarded(kErrMemory, [this] { return copyAll(); });
@@ -29,7 +31,7 @@ int Packer::run() {
 int Packer::copyAll() {
   // Whoever had it open before us may have appended.
   int status = table_.refreshCount();
-  if (status == kOk) status = files_.begin(table_.path().c_str(), table_.hasMemoFile());
+  if (status == kOk) status = files_.beginReplacing(table_.path().c_str(), table_.hasMemoFile());
   if (status == kOk && table_.hasMemoFile()) {
     status = files_.memo().adopt(static_cast<std::uint16_t>(table_.memoBlockSize()));
   }

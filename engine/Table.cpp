@@ -200,10 +200,10 @@ Table *Table::create(Context &context, const char *name, const FieldDefinition *
 
     const base::String path = platform::nativePath(withDefaultExtension(name, "DBF").c_str());
     FilePair files(context);
-    int result = files.begin(path.c_str(), memo);
+    int result = files.beginNew(path.c_str(), memo);
     if (result == kOk) result = files.table().write(0, header.data(), header.size());
     if (result == kOk && memo) result = files.memo().adopt(kNewMemoBlockSize);
-    return result == kOk ? files.putInPlaceOfUnopened() : result;
+    return result == kOk ? files.putInPlace() : result;
   });
   if (status == kErrMemory && context.errorCode() == 0) context.fail(kErrMemory, name);
   return status == kOk ? open(context, name) : nullptr;
@@ -292,15 +292,17 @@ int Table::settleChange() noexcept {
   return writeCurrent();
 }
 
-int Table::leaveRecord() noexcept {
-  if (appending_) {
-    appending_ = false;
-    changed_ = false;
-    recordNumber_ = appendedFrom_;
-    return kOk;
-  }
-  return settleChange();
+// Back to the record that the append began at.
+int Table::abandonAppend() noexcept {
+  appending_ = false;
+  changed_ = false;
+  recordNumber_ = appendedFrom_;
+  if (!eof_) return load(recordNumber_);
+  blankRecord();
+  return kOk;
 }
+
+int Table::leaveRecord() noexcept { return appending_ ? abandonAppend() : settleChange(); }
 
 int Table::moveToEnd() noexcept {
   blankRecord();
@@ -337,10 +339,7 @@ int Table::go(std::int64_t number) noexcept {
 int Table::skip(std::int64_t count) noexcept {
   int status = leaveRecord();
   if (status != kOk) return status;
-  if (count == 0) {
-    if (eof_) return kEndOfFile;
-    return loadedFrom_ == recordNumber_ ? kOk : load(recordNumber_);  // after an abandoned append
-  }
+  if (count == 0) return eof_ ? kEndOfFile : kOk;
   const std::int64_t target = recordNumber_ + count;
   if (count > 0) {
     if (target > count_ && rereads()) status = refreshCount();
@@ -442,9 +441,15 @@ int Table::writeRecord(std::int64_t number) noexcept {
 }
 
 int Table::appendStart() noexcept {
+  if (appending_) return kOk;
   int status = leaveRecord();
-  if (status == kOk && !eof_) status = detachMemoTexts();
   if (status != kOk) return status;
+  if (eof_) {
+    blankRecord();
+  } else {
+    status = detachMemoTexts();
+    if (status != kOk) return status;
+  }
   record_[0] = ' ';
   appendedFrom_ = recordNumber_;
   recordNumber_ = 0;

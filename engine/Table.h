@@ -61,6 +61,8 @@ class Table {
   bool atEnd() const noexcept { return eof_; }
   bool atBeginning() const noexcept { return bof_; }
   std::uint32_t recordNumber() const noexcept { return recordNumber_; }
+  // Writes a pending change and abandons a begun append, as every move does first.
+  int leaveRecord() noexcept;
   // Looks at the file where others may append.
   std::uint32_t recordCount() noexcept;
 
@@ -85,8 +87,11 @@ class Table {
   Context &context() const noexcept { return context_; }
   const Header &header() const noexcept { return header_; }
   const base::String &path() const noexcept { return file_.path(); }
+  const platform::FileIdentity &fileIdentity() const noexcept { return file_.identity(); }
   const base::Vector<Field> &fields() const noexcept { return fields_; }
   const Field *findField(const char *name) const noexcept;
+  // The same without reporting an unknown name.
+  const Field *lookUpField(const char *name) const noexcept { return names_.find(fields_, name); }
   bool hasMemoFile() const noexcept { return memo_ != nullptr; }
   // As the file says now; month 0 when it is no date.
   platform::Date lastUpdate() noexcept;
@@ -117,7 +122,7 @@ class Table {
   void attach() noexcept;
   void detach() noexcept;
 
-  int leaveRecord() noexcept;  // writes a pending change, abandons a begun append
+  int abandonAppend() noexcept;
   int settleChange() noexcept;
   int load(std::uint32_t number) noexcept;
   void blankRecord() noexcept;

@@ -17,6 +17,15 @@ struct Date {
 // The local date. Cheap: the calendar is asked once a day.
 Date today() noexcept;
 
+// The local date and time of day, of one moment.
+struct LocalTime {
+  Date date;
+  int hour;
+  int minute;
+  int second;  // 60 in a leap second
+};
+LocalTime localTime() noexcept;
+
 // Lets other programs run for about that long. Windows: translates and dispatches the thread's
 // window messages meanwhile; false when the application is asked to quit (the quit message is
 // posted again), so that the wait should end.

@@ -62,6 +62,16 @@ Date today() noexcept {
   return date;
 }
 
+LocalTime localTime() noexcept {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  return {{local.tm_year + 1900, local.tm_mon + 1, local.tm_mday},
+          local.tm_hour,
+          local.tm_min,
+          local.tm_sec};
+}
+
 bool waitMicroseconds(std::uint32_t microseconds) noexcept {
   timespec left = {static_cast<std::time_t>(microseconds / 1000000),
                    static_cast<long>(microseconds % 1000000) * 1000};

@@ -96,6 +96,12 @@ Date today() noexcept {
   return {now.wYear, now.wMonth, now.wDay};
 }
 
+LocalTime localTime() noexcept {
+  SYSTEMTIME now;
+  GetLocalTime(&now);
+  return {{now.wYear, now.wMonth, now.wDay}, now.wHour, now.wMinute, now.wSecond};
+}
+
 bool waitMicroseconds(std::uint32_t microseconds) noexcept {
   const std::uint64_t wait = (static_cast<std::uint64_t>(microseconds) + 999) / 1000;
   const std::uint64_t end = monotonicMilliseconds() + wait;
