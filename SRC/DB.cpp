@@ -10,6 +10,7 @@
 #include "base/Guard.h"
 #include "base/Memory.h"
 #include "base/Number.h"
+#include "engine/Query.h"
 #include "engine/Table.h"
 
 namespace zk {
@@ -180,6 +181,21 @@ bool appendRecord(DbCursor *cursor, const Table &table, const char *tableName,
   }
   outOfMemory(table);
   return false;
+}
+
+// The current record and those that `next` goes to, until it says end of file; null, with nothing
+// leaked, when it says anything else or memory is refused.
+template <typename Next>
+DbCursor *collect(const Table &table, const char *tableName, const DbFldList *fields, int status,
+                  Next next) {
+  DbCursor *cursor = zk_DbCursor_create();
+  if (cursor == nullptr) return outOfMemory(table);
+  while (status == engine::kOk) {
+    status = appendRecord(cursor, table, tableName, fields) ? next() : engine::kErrMemory;
+  }
+  if (status == engine::kEndOfFile) return cursor;
+  zk_DbCursor_destroy(cursor);
+  return nullptr;
 }
 
 }  // namespace
@@ -489,27 +505,28 @@ DbFldList *zk_Db_struct(int32_t tableId) { return zk_Db_readRec(tableId, nullptr
 
 DbCursor *zk_Db_readTable(int32_t tableId, const char *tableName, const DbFldList *fields) {
   Table *table = tableById(tableId);
-  if (table == nullptr || table->top() != engine::kOk) return nullptr;
-  DbCursor *cursor = zk_DbCursor_create();
-  if (cursor == nullptr) return outOfMemory(*table);
+  if (table == nullptr) return nullptr;
+  int status = table->top();
+  if (status != engine::kOk) return nullptr;
   table->beginScan();
-  int status = engine::kOk;
-  while (status == engine::kOk) {
-    if (!appendRecord(cursor, *table, tableName, fields)) {
-      status = engine::kErrMemory;
-      break;
-    }
-    status = table->skip(1);
-  }
+  DbCursor *cursor = collect(*table, tableName, fields, status, [table] { return table->skip(1); });
   table->endScan();
-  if (status == engine::kEndOfFile) return cursor;
-  zk_DbCursor_destroy(cursor);
-  return nullptr;
+  return cursor;
 }
 
-DbCursor *zk_Db_query(int32_t tableId, const char *, const char *, const DbFldList *) {
+DbCursor *zk_Db_query(int32_t tableId, const char *condition, const char *tableName,
+                      const DbFldList *fields) {
   Table *table = tableById(tableId);
-  if (table == nullptr || table->leaveRecord() != engine::kOk) return nullptr;
-  table->context().fail(engine::kErrNoIndexSupport, table->path().c_str());
-  return nullptr;
+  if (table == nullptr) return nullptr;
+  DbCursor *cursor = nullptr;
+  const bool compiled = base::guarded(false, [&] {
+    engine::Query query(*table);
+    int status = query.setCondition(condition != nullptr ? condition : "");
+    if (status == engine::kOk) status = query.begin();
+    if (status == engine::kOk) status = query.first();
+    if (status != engine::kOk) return true;
+    cursor = collect(*table, tableName, fields, status, [&query] { return query.next(); });
+    return true;
+  });
+  return compiled ? cursor : outOfMemory(*table);
 }

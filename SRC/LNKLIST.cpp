@@ -158,6 +158,16 @@ void sortByMerging(LnkList &list, ZkCompareFn compare) {
 }
 
 }  // namespace
+
+bool quickSort(LnkList *list, ZkCompareFn compare) {
+  ZK_TRACE_EXITING(kTrace, zk_LnkList_qSort);
+  if (list == nullptr || compare == nullptr || findPivot(*list, compare) == nullptr) return true;
+  return base::guarded(false, [&] {
+    sortByMerging(*list, compare);
+    return true;
+  });
+}
+
 }  // namespace zk
 
 using namespace zk;
@@ -381,14 +391,7 @@ void ZK_CALL zk_LnkList_sort(LnkList *list, ZkCompareFn compare) {
   }
 }
 
-void ZK_CALL zk_LnkList_qSort(LnkList *list, ZkCompareFn compare) {
-  ZK_TRACE_EXITING(kTrace, zk_LnkList_qSort);
-  if (list == nullptr || compare == nullptr || findPivot(*list, compare) == nullptr) return;
-  base::guarded(0, [&] {
-    sortByMerging(*list, compare);
-    return 1;
-  });
-}
+void ZK_CALL zk_LnkList_qSort(LnkList *list, ZkCompareFn compare) { quickSort(list, compare); }
 
 void *ZK_CALL zk_LnkList_findPivot(LnkList *list, ZkCompareFn compare) {
   ZK_TRACE_EXITING(kTrace, zk_LnkList_findPivot);

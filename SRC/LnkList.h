@@ -43,6 +43,9 @@ LnkNode *nodeAt(const LnkList &list, int32_t index) noexcept;
 // Moves all nodes of `other` to the end of `list`; the cursor of `list` stays.
 void spliceNodes(LnkList &list, LnkList &other) noexcept;
 
+// zk_LnkList_qSort, which traces; false when memory was refused.
+bool quickSort(LnkList *list, ZkCompareFn compare);
+
 void clearList(LnkList &list, ZkFreeDataFn freeData);
 // Null is ignored.
 void destroyList(LnkList *list, ZkFreeDataFn freeData);

@@ -318,8 +318,7 @@ const char *ZK_CALL zk_StrList_searchForString(StrList *list, const char *substr
 }
 
 int ZK_CALL zk_StrList_sort(StrList *list) {
-  zk_LnkList_qSort(list, compareNodes);
-  return list != nullptr;
+  return list != nullptr && quickSort(list, compareNodes) ? 1 : 0;
 }
 
 StrList *ZK_CALL zk_StrList_copy(const StrList *list) {

@@ -9,7 +9,8 @@ namespace zk {
 // What one family puts into its trace lines.
 struct TraceFamily {
   uint32_t conditionBit;
-  const char *module;  // the module's source path as trace lines know it, such as "SRC\\LNKLIST.cpp"
+  const char
+      *module;  // the module's source path as trace lines know it, such as "SRC\\LNKLIST.cpp"
 };
 
 class TraceGuard {
@@ -39,9 +40,9 @@ class TraceGuard {
 }  // namespace zk
 
 // `family` is a constexpr TraceFamily; the two forms differ in the word of the exit line.
-#define ZK_TRACE_EXITING(family, function)                                                \
+#define ZK_TRACE_EXITING(family, function)                                                         \
   const ::zk::TraceGuard traceGuard((family), "Entering " #function ".", "Exiting " #function ".", \
                                     __LINE__)
-#define ZK_TRACE_LEAVING(family, function)                                                \
+#define ZK_TRACE_LEAVING(family, function)                                                         \
   const ::zk::TraceGuard traceGuard((family), "Entering " #function ".", "Leaving " #function ".", \
                                     __LINE__)

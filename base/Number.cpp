@@ -1,7 +1,9 @@
 #include "base/Number.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace zk::base {
@@ -111,47 +113,104 @@ std::size_t formatInteger(char *out, std::size_t size, int64_t value) noexcept {
 
 namespace {
 
-// Scaled to an integer, when the rounding of that integer is beyond doubt: the product's error is
-// at most 2^-11 below 2^42, so only values that close to a half need the exact algorithm.
-std::size_t formatScaled(char *out, std::size_t size, double value, int decimals) {
-  constexpr double kLimit = 4398046511104.0;  // 2^42
-  constexpr double kDoubt = 1.0 / 1024;
-  const double magnitude = std::fabs(value);
-  const double scaled = magnitude * kPowersOfTen[decimals];
-  if (!(scaled < kLimit)) return 0;
-  auto whole = static_cast<std::uint64_t>(scaled);
-  const double fraction = scaled - static_cast<double>(whole);
-  if (std::fabs(fraction - 0.5) < kDoubt) return 0;
-  if (fraction > 0.5) ++whole;
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
 
-  char digits[32];
-  char *const end = digits + sizeof digits;
-  char *p = end;
-  const bool negative = value < 0 && whole != 0;
-  for (int i = 0; i < decimals; ++i) {
-    *--p = static_cast<char>('0' + whole % 10);
-    whole /= 10;
-  }
-  if (decimals > 0) *--p = '.';
-  do {
-    *--p = static_cast<char>('0' + whole % 10);
-    whole /= 10;
-  } while (whole != 0);
-  if (negative) *--p = '-';
-  const auto length = static_cast<std::size_t>(end - p);
-  if (length > size) return 0;
-  for (std::size_t i = 0; i < length; ++i) out[i] = p[i];
-  return length;
+constexpr std::uint64_t kIntegerPowersOfTen[] = {
+    1,        10,        100,        1000,        10000,        100000,        1000000,
+    10000000, 100000000, 1000000000, 10000000000, 100000000000, 1000000000000, 10000000000000};
+
+int countDigits(std::uint64_t value) {
+  const int estimate =
+      static_cast<int>(std::bit_width(value | 1)) * 1233 >> 12;  // log10(2), rounded down
+  return estimate + (value >= kIntegerPowersOfTen[estimate] ? 1 : 0);
 }
 
+// A number scaled to an integer by its decimals, ready to be written.
+struct ScaledNumber {
+  std::uint64_t whole;
+  int decimals;
+  bool negative;
+  std::size_t length;
+
+  // Succeeds when the rounding is beyond doubt: the product's error is at most 2^-11 below 2^42, so
+  // only values that close to a half need the exact algorithm.
+  bool set(double value, int places) noexcept {
+    constexpr double kLimit = 4398046511104.0;  // 2^42
+    constexpr double kDoubt = 1.0 / 1024;
+    constexpr int kMostDecimals = 12;
+    if (places > kMostDecimals) return false;
+    const double scaled = std::fabs(value) * kPowersOfTen[places];
+    if (!(scaled < kLimit)) return false;
+    const auto truncated = static_cast<std::int64_t>(scaled);
+    const double fraction = scaled - static_cast<double>(truncated);
+    if (std::fabs(fraction - 0.5) < kDoubt) return false;
+    whole = static_cast<std::uint64_t>(truncated) + (fraction > 0.5 ? 1 : 0);
+    decimals = places;
+    negative = value < 0 && whole != 0;
+    const int digits = countDigits(whole);
+    length = static_cast<std::size_t>((digits > places ? digits : places + 1) +
+                                      (places > 0 ? 1 : 0) + (negative ? 1 : 0));
+    return true;
+  }
+
+  // Writes the `length` characters before `end`: in place, from the back, two digits at a time.
+  void writeBefore(char *end) const noexcept {
+    std::uint64_t rest = whole;
+    char *p = end;
+    if (decimals > 0) {
+      int places = decimals;
+      for (; places >= 2; places -= 2) p = putPair(p, rest);
+      if (places > 0) p = putDigit(p, rest);
+      *--p = '.';
+    }
+    while (rest >= 10) p = putPair(p, rest);
+    if (rest > 0 || p == end || *p == '.') p = putDigit(p, rest);
+    if (negative) *--p = '-';
+  }
+
+ private:
+  static char *putPair(char *p, std::uint64_t &rest) noexcept {
+    p -= 2;
+    std::memcpy(p, kDigitPairs + rest % 100 * 2, 2);
+    rest /= 100;
+    return p;
+  }
+  static char *putDigit(char *p, std::uint64_t &rest) noexcept {
+    *--p = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+    return p;
+  }
+};
+
 }  // namespace
+
+bool formatFixedRight(char *out, std::size_t width, double value, int decimals) noexcept {
+  ScaledNumber number;
+  if (decimals >= 0 && number.set(value, decimals)) {
+    if (number.length > width) return false;
+    std::memset(out, ' ', width - number.length);
+    number.writeBefore(out + width);
+    return true;
+  }
+  char digits[400];
+  const std::size_t length = formatFixed(digits, sizeof digits, value, decimals);
+  if (length == 0 || length > width) return false;
+  std::memset(out, ' ', width - length);
+  std::memcpy(out + (width - length), digits, length);
+  return true;
+}
 
 std::size_t formatFixed(char *out, std::size_t size, double value, int decimals) noexcept {
   if (!std::isfinite(value)) return 0;
   if (decimals < 0) decimals = 0;
-  if (decimals <= 12) {
-    const std::size_t length = formatScaled(out, size, value, decimals);
-    if (length != 0) return length;
+  ScaledNumber number;
+  if (number.set(value, decimals)) {
+    if (number.length > size) return 0;
+    number.writeBefore(out + number.length);
+    return number.length;
   }
   const auto result = std::to_chars(out, out + size, value, std::chars_format::fixed, decimals);
   if (result.ec != std::errc()) return 0;

@@ -24,6 +24,10 @@ int32_t toInt32(double value) noexcept;
 // more than `size` characters or the value is not finite.
 std::size_t formatFixed(char *out, std::size_t size, double value, int decimals) noexcept;
 
+// The same, right-aligned in exactly `width` characters with blanks before it. False when it does
+// not fit or is not finite; `out` is then undefined.
+bool formatFixedRight(char *out, std::size_t width, double value, int decimals) noexcept;
+
 // The digits of `value`; the same result rule.
 std::size_t formatInteger(char *out, std::size_t size, int64_t value) noexcept;
 

@@ -24,9 +24,11 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   add_compile_options(-msse2 -mfpmath=sse -mstackrealign)
 endif()
 
-# GCC 12 warns of uninitialised bytes inside the standard string where there are none.
+# GCC 12 warns of uninitialised bytes and overlapping copies inside the standard string where there
+# are none.
 function(zk_compile_options target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                            -Wno-sign-conversion
-                                           -Wno-maybe-uninitialized -Werror)
+                                           -Wno-maybe-uninitialized
+                                           $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> -Werror)
 endfunction()

@@ -16,7 +16,7 @@ namespace {
 constexpr std::int64_t kCurrencyScale = 10000;
 constexpr std::int64_t kSecondsPerDay = 86400;
 constexpr std::int64_t kMillisecondsPerDay = kSecondsPerDay * 1000;
-constexpr std::size_t kDateTimeSize = 19;              // YYYY-MM-DD hh:mm:ss
+constexpr std::size_t kDateTimeSize = 19;  // YYYY-MM-DD hh:mm:ss
 
 const unsigned char *bytesOf(const char *data) {
   return reinterpret_cast<const unsigned char *>(data);
@@ -190,17 +190,10 @@ void parseBinary(const Field &field, std::string_view text, char *bytes) {
 
 // Right-aligned; fewer decimals when it is too wide, asterisks when nothing helps.
 void putNumber(const Field &field, double value, char *bytes) {
-  const std::size_t width = field.width;
   for (int decimals = field.decimals; decimals >= 0; --decimals) {
-    char digits[256];
-    const std::size_t length =
-        base::formatFixed(digits, width < sizeof digits ? width : sizeof digits, value, decimals);
-    if (length == 0) continue;
-    std::memset(bytes, ' ', width - length);
-    std::memcpy(bytes + (width - length), digits, length);
-    return;
+    if (base::formatFixedRight(bytes, field.width, value, decimals)) return;
   }
-  std::memset(bytes, '*', width);
+  std::memset(bytes, '*', field.width);
 }
 
 std::string_view trimmedEnd(std::string_view text) {

@@ -22,6 +22,7 @@
 namespace zk::engine {
 
 constexpr std::uint64_t kLockBase = 0x40000000;
+constexpr std::uint64_t kFileLockSize = 0x3FFFFFFF;
 constexpr std::uint64_t kAppendLockByte = 0x7FFFFFFE;
 constexpr std::uint64_t kPresenceByte = 0x7FFFFFFFFFFFFF00;
 constexpr std::uint64_t kWriterByte = kPresenceByte + 1;

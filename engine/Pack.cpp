@@ -16,8 +16,6 @@ constexpr std::size_t kBlockBytes = 1 << 20;
 Context &Packer::table_context() const noexcept { return table_.context(); }
 
 int Packer::run() {
-  // Nobody but the caller could close the other one: waiting for that would never end.
-  if (isOpenTwice(table_)) return kLocked;
   int status = table_.file_.becomeOnlyOpener();
   if (status != kOk) return status;
   status = base::guarded(kErrMemory, [this] { return copyAll(); });

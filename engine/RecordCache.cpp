@@ -8,7 +8,7 @@ namespace zk::engine {
 namespace {
 
 constexpr std::uint32_t kWindowBytes = 128 * 1024;
-constexpr std::uint32_t kTailBytes = 256 * 1024;
+constexpr std::uint32_t kTailBytes = 96 * 1024;
 
 std::uint32_t recordsIn(std::uint32_t bytes, std::uint32_t recordLength) {
   return bytes / recordLength > 0 ? bytes / recordLength : 1;

@@ -15,60 +15,69 @@ namespace zk::engine {
 namespace {
 
 constexpr std::size_t kLongestFieldName = 256;
+constexpr std::size_t kHashedBytes = 11;
 constexpr std::uint16_t kNewMemoBlockSize = 64;
 
-// A name as the hash sees it: 11 bytes, zero-filled.
-struct PackedName {
-  std::uint64_t low = 0;
-  std::uint32_t high = 0;
-  std::size_t hash() const {
-    std::uint64_t mixed = (low ^ (static_cast<std::uint64_t>(high) << 17)) * 0x9E3779B97F4A7C15u;
-    return static_cast<std::size_t>(mixed >> 32);
-  }
-  bool operator==(const PackedName &) const = default;
-};
+}  // namespace
 
-PackedName pack(const char (&name)[12]) {
-  PackedName packed;
-  std::memcpy(&packed.low, name, 8);
-  std::memcpy(&packed.high, name + 8, 4);
-  return packed;
+void FieldNames::Name::put(std::size_t place, char c) noexcept {
+  const auto byte = static_cast<unsigned char>(c);
+  if (place < 8) {
+    low |= static_cast<std::uint64_t>(byte) << (8 * place);
+  } else {
+    high |= static_cast<std::uint32_t>(byte) << (8 * (place - 8));
+  }
 }
 
-}  // namespace
+std::size_t FieldNames::Name::hash() const noexcept {
+  const std::uint64_t mixed =
+      (low ^ (static_cast<std::uint64_t>(high) << 17)) * 0x9E3779B97F4A7C15u;
+  return static_cast<std::size_t>(mixed >> 32);
+}
+
+std::size_t FieldNames::slotOf(const Name &name) const noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = name.hash() & mask;
+  while (slots_[slot].field != 0 && slots_[slot].name != name) slot = (slot + 1) & mask;
+  return slot;
+}
 
 void FieldNames::build(const base::Vector<Field> &fields) {
   std::size_t size = 4;
   while (size < 2 * fields.size()) size *= 2;
-  slots_.assign(size, 0);
+  slots_.assign(size, Slot());
+  followers_.assign(fields.size(), 0);
+  recent_ = 0;
   for (std::size_t i = 0; i < fields.size(); ++i) {
-    const PackedName name = pack(fields[i].name);
-    std::size_t slot = name.hash() & (size - 1);
-    // Of equal names the first in the table's order is found.
-    while (slots_[slot] != 0 && pack(fields[slots_[slot] - 1u].name) != name) {
-      slot = (slot + 1) & (size - 1);
+    Name name;
+    for (std::size_t k = 0; k < kHashedBytes && fields[i].name[k] != '\0'; ++k) {
+      name.put(k, fields[i].name[k]);
     }
-    if (slots_[slot] == 0) slots_[slot] = static_cast<std::uint16_t>(i + 1);
+    // Of equal names the first in the table's order is found.
+    Slot &slot = slots_[slotOf(name)];
+    if (slot.field == 0) slot = {name, static_cast<std::uint16_t>(i + 1)};
   }
 }
 
 const Field *FieldNames::find(const base::Vector<Field> &fields, const char *name) const noexcept {
-  const unsigned char *upper = platform::upperCaseMap();
-  char bytes[12] = {};
-  std::size_t length = 0;
-  for (std::size_t i = 0; name[i] != '\0' && i < kLongestFieldName; ++i) {
-    if (name[i] == ' ') continue;  // counts only when something follows
-    if (i >= sizeof bytes - 1) return nullptr;
-    while (length < i) bytes[length++] = ' ';
-    bytes[length++] = static_cast<char>(upper[static_cast<unsigned char>(name[i])]);
+  if (fields.empty()) return nullptr;
+  std::uint16_t &guess = followers_[recent_];
+  if (std::strcmp(name, fields[guess].name) != 0) {
+    const unsigned char *upper = platform::upperCaseMap();
+    Name wanted;
+    std::size_t length = 0;
+    for (std::size_t i = 0; name[i] != '\0' && i < kLongestFieldName; ++i) {
+      if (name[i] == ' ') continue;  // counts only when something follows
+      if (i >= kHashedBytes) return nullptr;
+      while (length < i) wanted.put(length++, ' ');
+      wanted.put(length++, static_cast<char>(upper[static_cast<unsigned char>(name[i])]));
+    }
+    const Slot &slot = slots_[slotOf(wanted)];
+    if (slot.field == 0) return nullptr;
+    guess = static_cast<std::uint16_t>(slot.field - 1);
   }
-  const PackedName wanted = pack(bytes);
-  const std::size_t mask = slots_.size() - 1;
-  for (std::size_t slot = wanted.hash() & mask; slots_[slot] != 0; slot = (slot + 1) & mask) {
-    const Field &field = fields[slots_[slot] - 1u];
-    if (pack(field.name) == wanted) return &field;
-  }
-  return nullptr;
+  recent_ = guess;
+  return &fields[recent_];
 }
 
 // ---- Opening and closing
@@ -253,6 +262,13 @@ void Table::beginScan() noexcept {
 void Table::endScan() noexcept {
   scanning_ = false;
   if (file_.othersMayWrite()) cache_.forget();
+}
+
+int Table::lockForReading(RangeLock &records, RangeLock &behind) noexcept {
+  const int status = records.acquire(file_, kLockBase, kFileLockSize, platform::LockKind::kShared);
+  if (status != kOk) return status;
+  const std::uint64_t end = kLockBase + kFileLockSize;
+  return behind.acquire(file_, end, kPresenceByte - end, platform::LockKind::kShared);
 }
 
 void Table::forgetMemoTexts() noexcept {
@@ -489,20 +505,13 @@ int Table::appendBlank() noexcept {
   return appended;
 }
 
-// Another handle of this process cannot be closed while one waits for it.
-bool Table::hasOtherHandle() const noexcept {
-  for (const Table *table = context_.firstTable(); table != nullptr; table = table->next()) {
-    if (table != this && table->file_.identity() == file_.identity()) return true;
-  }
-  return false;
-}
-
 int Table::pack() noexcept {
   int status = leaveRecord();
   if (status == kOk) status = flush();
   if (status != kOk) return status;
   if (readOnlyReason_ != nullptr) return refuseWriting();
-  if (hasOtherHandle()) return kLocked;
+  // Nobody but the caller could close another handle: waiting for that would never end.
+  if (isOpenTwice(*this)) return kLocked;
   status = base::guarded(kErrMemory, [this] { return Packer(*this).run(); });
   if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory, path().c_str());
   return status != kOk ? status : top();

@@ -34,7 +34,27 @@ class FieldNames {
   const Field *find(const base::Vector<Field> &fields, const char *name) const noexcept;
 
  private:
-  base::Vector<std::uint16_t> slots_;  // field index + 1, 0 empty; a power of two of them
+  // A name of at most 11 bytes as two words. They are put together in registers: words read back
+  // right after their bytes were stored would stall.
+  struct Name {
+    std::uint64_t low = 0;
+    std::uint32_t high = 0;
+    void put(std::size_t place, char c) noexcept;
+    std::size_t hash() const noexcept;
+    bool operator==(const Name &) const = default;
+  };
+  struct Slot {
+    Name name;
+    std::uint16_t field = 0;  // index + 1, 0 empty
+  };
+  // The slot of that name, or the empty one where it belongs.
+  std::size_t slotOf(const Name &name) const noexcept;
+
+  base::Vector<Slot> slots_;  // a power of two of them
+  // Programs ask for the same fields in the same order, record after record: for each field the one
+  // that was asked for after it.
+  mutable base::Vector<std::uint16_t> followers_;
+  mutable std::uint16_t recent_ = 0;
 };
 
 class Table {
@@ -70,6 +90,9 @@ class Table {
   // within one call.
   void beginScan() noexcept;
   void endScan() noexcept;
+
+  // Keeps writers out while the two locks are held: the file lock, shared with other readers.
+  int lockForReading(RangeLock &records, RangeLock &behind) noexcept;
 
   // ---- The current record
   bool deleted() const noexcept { return record_[0] != ' '; }
@@ -132,7 +155,6 @@ class Table {
   int refreshCount() noexcept;
   bool rereads() const noexcept { return file_.othersMayWrite() && !scanning_; }
   int refuseWriting() noexcept;
-  bool hasOtherHandle() const noexcept;
   int flushTail() noexcept;
   // Today as the header keeps it: year less 1900, month, day.
   static void stampDate(unsigned char *bytes) noexcept;

@@ -11,13 +11,14 @@ namespace zk::platform {
 enum class IoStatus {
   kOk,
   kNotFound,  // no such file or directory
+  kExists,    // kCreateNew, and something of that name exists
   kDenied,    // permission, share mode, read-only, or a directory where a file is needed
   kLocked,    // another holder has the range
   kFailed,    // anything else: disk full, I/O error, bad argument
 };
 
 enum class Access { kRead, kReadWrite };
-enum class Creation { kOpenExisting, kOpenOrCreate };
+enum class Creation { kOpenExisting, kOpenOrCreate, kCreateNew };
 
 // What other openers may do meanwhile. On Windows these are share modes; on Linux they are kept by
 // presence locks (see engine/File.h), and the value is ignored here.

@@ -41,6 +41,9 @@ bool listDirectory(const char *path, base::Vector<DirectoryEntry> &entries);
 // std::bad_alloc.
 base::String fullPath(const char *name);
 
+// The system's directory for temporary files, with a separator at its end. Throws std::bad_alloc.
+base::String temporaryDirectory();
+
 // The network name behind a drive ("X:"); false when it has none (on Linux always). Throws
 // std::bad_alloc.
 bool networkName(const char *drive, base::String &remote);

@@ -273,7 +273,7 @@ const Operation kFlushing[] = {
     {"append start", [](int32_t t) { return zk_Db_appendStart(t); }, 0},
     {"pack", [](int32_t t) { return zk_Db_packDb(t); }, 0},
     {"read table", [](int32_t t) { return destroyed(zk_Db_readTable(t, "T", nullptr)); }, 1},
-    {"query", [](int32_t t) { return destroyed(zk_Db_query(t, "", "T", nullptr)); }, 0},
+    {"query", [](int32_t t) { return destroyed(zk_Db_query(t, "", "T", nullptr)); }, 1},
     {"write", [](int32_t t) { return zk_Db_writeRec(t); }, 0},
     {"flush", [](int32_t t) { return zk_Db_flush(t); }, 0},
     {"close", [](int32_t t) { return zk_Db_closeDb(t); }, 0},
@@ -979,9 +979,53 @@ TEST_F(DbTest, IndexFunctionsGiveTheirFailures) {
   EXPECT_EQ(zk_DbTagRef_sel(zk_DbRef_sel(table), 100), nullptr);
   EXPECT_EQ(zk_Cb_findTag(zk_DbRef_sel(table), "TAG000"), nullptr);
   EXPECT_EQ(zk_Cb_createNdx(path("PARTS").c_str(), "PART", 0), 0);
-  EXPECT_EQ(zk_Db_query(table, "PART = 'P1'", "T", nullptr), nullptr);
-  EXPECT_EQ(zk_DbError_code(), -1010);
   EXPECT_EQ(files(), (Texts{"PARTS.DBF"}));
+}
+
+// ---- Queries
+
+TEST_F(DbTest, QueriesGiveTheRecordsThatMatch) {
+  const int32_t table = parts(12);
+  zk_Db_goRec(table, 3);
+  zk_Db_delRec(table);
+  const struct {
+    const char *condition;
+    int code;
+    Texts parts;
+  } kCases[] = {
+      {"PART = 'P1'", 0, {"P1", "P10", "P11", "P12"}},
+      {"qty >= 11 .or. Part = 'P3 '", 0, {"P3", "P11", "P12"}},
+      {"DELETED()", 0, {"P3"}},
+      {".NOT. DELETED() .AND. QTY < 5", 0, {"P1", "P2", "P4"}},
+      {"PARTS->QTY = 7", 0, {"P7"}},
+      {"RECNO() > 12", 0, {}},
+      {"NOBODY = 1", -490, {}},
+      {"OTHER->QTY = 1", -420, {}},
+      {"QTY", -950, {}},
+      {"QTY / (QTY - 5) > 0", -440, {}},
+      {"(QTY = 1", -450, {}},
+  };
+  for (const auto &c : kCases) {
+    SCOPED_TRACE(c.condition);
+    const Cursor found(zk_Db_query(table, c.condition, "T", nullptr));
+    EXPECT_EQ(zk_DbError_code(), c.code);
+    Texts got;
+    for (zk_DbCursor_start(found.get()); !zk_DbCursor_eol(found.get());
+         zk_DbCursor_next(found.get())) {
+      EXPECT_STREQ(zk_DbCursor_getCurrTblName(found.get()), "T");
+      got.push_back(zk_DbFldList_getFldVal(zk_DbCursor_getCurrFldList(found.get()), "PART"));
+    }
+    EXPECT_EQ(got, c.parts);
+    EXPECT_EQ(found == nullptr, c.parts.empty());
+  }
+  for (const char *all : {static_cast<const char *>(nullptr), "", "  ", ".T."}) {
+    const Cursor found(zk_Db_query(table, all, nullptr, nullptr));
+    EXPECT_EQ(zk_DbCursor_length(found.get()), 12u);
+  }
+  const List fields(zk_DbFldList_create("qty", nullptr, static_cast<char *>(nullptr)));
+  const Cursor found(zk_Db_query(table, "PART = 'P7'", "T", fields.get()));
+  ASSERT_EQ(zk_DbCursor_length(found.get()), 1u);
+  EXPECT_EQ(zk_DbFldList_length(zk_DbCursor_getNthFldList(found.get(), 0)), 1u);
 }
 
 TEST_F(DbTest, TagIds) {

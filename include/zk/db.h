@@ -58,7 +58,7 @@ ZK_API int32_t ZK_CALL zk_Db_openDbEx(const char *fileName, int mode);
 /* Creates a table with one field per node of the list (name, type, width, decimals; values are not
  * used), with a memo file when a field has type M, G or B, and opens it shared. An existing file
  * that nobody has open is replaced; one that is open anywhere is left alone (-20). A failure leaves
- * what was there.
+ * what was there, or, when only the opening at the end fails, the new table.
  * Types: C, N and F with their width (N and F up to 255 and with decimals < width), D (8), L (1),
  * M, G, B (10); any other letter is written with width 0. Names are upper-cased and cut at 10
  * characters. The id, or -1: null list, empty or equal names (-210), bad widths (-930), record of
@@ -229,10 +229,20 @@ ZK_API DbFldList *ZK_CALL zk_Db_struct(int32_t tableId);
 ZK_API DbCursor *ZK_CALL zk_Db_readTable(int32_t tableId, const char *tableName,
                                          const DbFldList *fields);
 
-/* The records for which the condition holds, as zk_Db_readTable gives them. Null when there are
- * none, on error or for an unknown id.
+/* The records for which the condition holds, deleted ones included, as zk_Db_readTable gives them.
+ * Null when there are none (zk_DbError_code is 0 then), on error or for an unknown id. A null or
+ * blank condition selects every record. While the query runs nobody can change the table, which may
+ * mean waiting for writers first; other readers go on.
  *
- * This version of the library has no expressions: the result is null with engine error -1010. */
+ * A condition is an expression with a logical value, such as
+ *     QTY >= 10 .AND. (TAG = 'PIPE' .OR. .NOT. DELETED())
+ * Fields by name, or ALIAS->FIELD for another open table's current record (the alias is the file's
+ * base name); texts in '', "" or []; .T. and .F.; + - * / ^ on numbers, dates and texts; = # <> < >
+ * <= >= (texts compare over the length of the right one) and $ (is contained in); the functions CHR
+ * CTOD DATE DAY DEL DELETED DTOC DTOS IIF LEFT LTRIM MONTH PAGENO RECCOUNT RECNO STOD STR SUBSTR
+ * TIME TRIM UPPER VAL YEAR. What is wrong with it is told by -400 to -500 and -950 ("Expecting
+ * logical result."); a division by zero and an overflow end the query with -440. Time proportional
+ * to the table. */
 ZK_API DbCursor *ZK_CALL zk_Db_query(int32_t tableId, const char *condition, const char *tableName,
                                      const DbFldList *fields);
 

@@ -44,13 +44,14 @@ enum {
 #define ZK_DIAG_MSG 0x00000400u     /* the message catalogue, from level 2 */
 #define ZK_DIAG_TREE 0x00200000u    /* tree nodes and tree lists */
 
-/* ---- The state, exported as data. Hosts may read it; the functions below change it. ------------ */
+/* ---- The state, exported as data. Hosts may read it; the functions below change it. ------------
+ */
 
-ZK_DATA int16_t ZK_DiagCurrentOutput;      /* output mode, initially console */
-ZK_DATA int16_t ZK_DiagCurrentLevel;       /* 0 (initially: off) to 3 */
-ZK_DATA uint32_t ZK_DiagCurrentCondition;  /* bits of the families that may trace, initially 0 */
-ZK_DATA FILE *ZK_DiagOutputStream;         /* of the last opening of the log; closed, not for use */
-ZK_DATA char *ZK_DiagCurrentFileName;      /* the log's name, initially null */
+ZK_DATA int16_t ZK_DiagCurrentOutput;     /* output mode, initially console */
+ZK_DATA int16_t ZK_DiagCurrentLevel;      /* 0 (initially: off) to 3 */
+ZK_DATA uint32_t ZK_DiagCurrentCondition; /* bits of the families that may trace, initially 0 */
+ZK_DATA FILE *ZK_DiagOutputStream;        /* of the last opening of the log; closed, not for use */
+ZK_DATA char *ZK_DiagCurrentFileName;     /* the log's name, initially null */
 
 /* The one shared message buffer: 4096 characters and a terminator. */
 #if defined(ZK_BUILDING_LIBRARY)
@@ -59,22 +60,23 @@ ZK_DATA char ZK_DiagMsgBuf[]; /* its definition has room for the terminator as w
 ZK_DATA char ZK_DiagMsgBuf[4096];
 #endif
 
-/* ---- Where lines go ---------------------------------------------------------------------------- */
+/* ---- Where lines go ----------------------------------------------------------------------------
+ */
 
 /* Stores the mode as it is, without a check, and returns it. A file mode without a file name is
  * found out by the next line, which acts as for a log that cannot be opened. */
 ZK_API int16_t ZK_CALL zk_Diag_setDiagOutput(int16_t mode);
 ZK_API int16_t ZK_CALL zk_Diag_getDiagOutput(void);
 
-/* Sets the mode and, for the file modes, names and empties the log file. A null or empty name stands
- * for "ZK_DIAG.LOG" in the current directory, which is announced on standard output. The console
- * modes 0 and 1 ignore the name.
- * 1; 0 for a log that cannot be created (reported on standard error) or an unknown mode: the mode is
- * then console. 0 with everything as it was when memory is refused. */
+/* Sets the mode and, for the file modes, names and empties the log file. A null or empty name
+ * stands for "ZK_DIAG.LOG" in the current directory, which is announced on standard output. The
+ * console modes 0 and 1 ignore the name. 1; 0 for a log that cannot be created (reported on
+ * standard error) or an unknown mode: the mode is then console. 0 with everything as it was when
+ * memory is refused. */
 ZK_API int ZK_CALL zk_Diag_setOutput(int16_t mode, const char *fileName);
 
-/* Returns the mode. `fileName` (room for 512 bytes) receives the log's name in the file modes, cut to
- * 511 characters, else "". A null `fileName` receives nothing. */
+/* Returns the mode. `fileName` (room for 512 bytes) receives the log's name in the file modes, cut
+ * to 511 characters, else "". A null `fileName` receives nothing. */
 ZK_API int16_t ZK_CALL zk_Diag_getOutput(char *fileName);
 
 /* Names the log file; opens nothing and leaves the mode alone. Null or "" leaves it without a name.
@@ -90,7 +92,8 @@ ZK_API const char *ZK_CALL zk_Diag_getFileName(void);
 ZK_API FILE *ZK_CALL zk_Diag_setOutputStream(FILE *stream);
 ZK_API FILE *ZK_CALL zk_Diag_getOutputStream(void);
 
-/* ---- What is traced ---------------------------------------------------------------------------- */
+/* ---- What is traced ----------------------------------------------------------------------------
+ */
 
 ZK_API int16_t ZK_CALL zk_Diag_getLevel(void);
 
@@ -106,22 +109,23 @@ ZK_API uint32_t ZK_CALL zk_Diag_setCondition(uint32_t condition);
 /* Level 0 and no condition bits. Returns the previous condition bits. */
 ZK_API uint32_t ZK_CALL zk_Diag_disable(void);
 
-/* ---- Writing a line ---------------------------------------------------------------------------- */
+/* ---- Writing a line ----------------------------------------------------------------------------
+ */
 
 /* The shared message buffer, never null. */
 ZK_API char *ZK_CALL zk_Diag_getDiagMsgBuf(void);
 
 /* Writes one line with `message`, which is left in the shared buffer, whatever the level and
- * condition are: the caller tests those. `sourceFile` is a path of which the file name is printed in
- * lower case. Nothing for a null or empty message.
+ * condition are: the caller tests those. `sourceFile` is a path of which the file name is printed
+ * in lower case. Nothing for a null or empty message.
  *
  * A message over 4096 characters is cut; but at level 3 with any condition bit set it is dropped,
- * and in its place stand two lines "Buffer size 5000 too big for diagnostics in host.cpp at 12", one
- * from the library's own module and one under the caller's name. The shared buffer then holds that
- * warning.
+ * and in its place stand two lines "Buffer size 5000 too big for diagnostics in host.cpp at 12",
+ * one from the library's own module and one under the caller's name. The shared buffer then holds
+ * that warning.
  *
- * When the log cannot be opened the line goes to no file, the reason to standard error, and the mode
- * becomes console. */
+ * When the log cannot be opened the line goes to no file, the reason to standard error, and the
+ * mode becomes console. */
 ZK_API void ZK_CALL zk_Diag_putOutputMsg(const char *message, const char *sourceFile, int32_t line);
 
 /* The same for the text that is already in the shared buffer, of `length` characters. `message` is

@@ -11,8 +11,8 @@
 
 ZK_EXTERN_C_BEGIN
 
-/* Four functions with the meaning of malloc, realloc, calloc and free. The library never hands a null
- * block to the second and the last, and never re-allocates to 0 bytes. */
+/* Four functions with the meaning of malloc, realloc, calloc and free. The library never hands a
+ * null block to the second and the last, and never re-allocates to 0 bytes. */
 typedef void *(ZK_CALL *ZkAllocateFn)(size_t size);
 typedef void *(ZK_CALL *ZkReallocateFn)(void *block, size_t size);
 typedef void *(ZK_CALL *ZkAllocateZeroedFn)(size_t count, size_t size);

@@ -21,6 +21,8 @@ IoStatus statusOf(int error) {
     case ENOENT:
     case ENOTDIR:
       return IoStatus::kNotFound;
+    case EEXIST:
+      return IoStatus::kExists;
     case EACCES:
     case EPERM:
     case EROFS:
@@ -56,7 +58,8 @@ IoStatus openFile(const char *path, Access access, Creation creation, Sharing,
   // A pipe or device of that name must be refused, not waited for.
   int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   flags |= access == Access::kReadWrite ? O_RDWR : O_RDONLY;
-  if (creation == Creation::kOpenOrCreate) flags |= O_CREAT;
+  if (creation != Creation::kOpenExisting) flags |= O_CREAT;
+  if (creation == Creation::kCreateNew) flags |= O_EXCL;
   int opened;
   do {
     opened = ::open(path, flags, 0666);

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -136,6 +137,13 @@ base::String fullPath(const char *name) {
   appendComponents(path, rootLength, rest, separator);
   if (!rest.empty() && isSeparator(rest.back()) && path.back() != separator) path += separator;
   return path;
+}
+
+base::String temporaryDirectory() {
+  const char *named = std::getenv("TMPDIR");
+  base::String directory(named != nullptr && named[0] != '\0' ? named : "/tmp");
+  if (directory.back() != '/') directory += '/';
+  return directory;
 }
 
 bool networkName(const char *, base::String &) { return false; }

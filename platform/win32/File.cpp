@@ -13,6 +13,9 @@ IoStatus statusOf(DWORD error) {
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_NAME:
       return IoStatus::kNotFound;
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      return IoStatus::kExists;
     case ERROR_ACCESS_DENIED:
     case ERROR_SHARING_VIOLATION:
     case ERROR_WRITE_PROTECT:
@@ -25,6 +28,18 @@ IoStatus statusOf(DWORD error) {
 }
 
 IoStatus lastStatus() { return statusOf(GetLastError()); }
+
+DWORD dispositionOf(Creation creation) {
+  switch (creation) {
+    case Creation::kOpenOrCreate:
+      return OPEN_ALWAYS;
+    case Creation::kCreateNew:
+      return CREATE_NEW;
+    case Creation::kOpenExisting:
+      break;
+  }
+  return OPEN_EXISTING;
+}
 
 DWORD shareModeOf(Sharing sharing) {
   switch (sharing) {
@@ -62,9 +77,8 @@ FileIdentity identityOf(const BY_HANDLE_FILE_INFORMATION &facts) {
 IoStatus openFile(const char *path, Access access, Creation creation, Sharing sharing,
                   NativeFile &file) noexcept {
   const DWORD wanted = access == Access::kReadWrite ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
-  const DWORD disposition = creation == Creation::kOpenOrCreate ? OPEN_ALWAYS : OPEN_EXISTING;
-  const HANDLE opened = CreateFileA(path, wanted, shareModeOf(sharing), nullptr, disposition,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE opened = CreateFileA(path, wanted, shareModeOf(sharing), nullptr,
+                                    dispositionOf(creation), FILE_ATTRIBUTE_NORMAL, nullptr);
   if (opened == INVALID_HANDLE_VALUE) return lastStatus();
   if (GetFileType(opened) != FILE_TYPE_DISK) {
     CloseHandle(opened);

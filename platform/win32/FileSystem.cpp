@@ -134,6 +134,12 @@ base::String fullPath(const char *name) {
   }
 }
 
+base::String temporaryDirectory() {
+  char directory[MAX_PATH + 1];
+  const DWORD length = GetTempPathA(sizeof directory, directory);
+  return base::String(directory, length < sizeof directory ? length : 0);
+}
+
 bool networkName(const char *drive, base::String &remote) {
   char buffer[512];
   DWORD size = sizeof buffer;

@@ -1,0 +1,61 @@
+#include "engine/Expression.h"
+
+#include <new>
+
+#include "engine/Error.h"
+#include "engine/ExpressionCompiler.h"
+#include "engine/Table.h"
+
+namespace zk::engine {
+
+Expression::Expression(Table &table, std::string_view source) : table_(table), source_(source) {}
+
+int Expression::compile(Table &table, std::string_view source, base::Owned<Expression> &out) {
+  out.reset();
+  auto expression = base::make<Expression>(table, source);
+  if (expression == nullptr) throw std::bad_alloc();
+  Compiler compiler(table, expression->source_, expression->program_);
+  const int status = compiler.compile();
+  if (status != kOk) return expression->fail(status, compiler.errorText());
+  expression->evaluator_.prepare(expression->program_);
+  out = std::move(expression);
+  return kOk;
+}
+
+int Expression::fail(int code, const char *text) noexcept {
+  return table_.context().fail(code, source_.c_str(), text);
+}
+
+bool Expression::isIntegerField() const noexcept {
+  const Instruction &first = program_.code.front();
+  return program_.code.size() == 1 && first.op == Op::kNumberField &&
+         first.field->kind == FieldKind::kInteger;
+}
+
+int Expression::requireLogical() noexcept {
+  if (type() == ValueType::kLogical) return kOk;
+  return fail(kErrUnexpectedResult, "Expecting logical result.");
+}
+
+void Expression::beginRun() noexcept { evaluator_.beginRun(); }
+
+int Expression::evaluate(Value &out) noexcept {
+  const int status = evaluator_.run(program_, table_);
+  if (status == kErrOverflow || status == kErrMemory) return fail(status);
+  if (status != kOk) return status;
+  const Evaluator::Slot &result = evaluator_.result();
+  // Adding 0 makes a negative zero positive.
+  out = {program_.type, result.logical, result.number + 0.0, result.text};
+  if (program_.type != ValueType::kCharacter) out.text = {};
+  return kOk;
+}
+
+int Expression::evaluateCondition(bool &holds) noexcept {
+  int status = requireLogical();
+  Value value{};
+  if (status == kOk) status = evaluate(value);
+  holds = status == kOk && value.logical;
+  return status;
+}
+
+}  // namespace zk::engine

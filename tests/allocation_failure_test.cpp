@@ -1,0 +1,675 @@
+// Memory is refused at the n-th request, for every n: once, and from there on. Each operation then
+// fails as documented, loses no block, leaves its object as it was, and works when tried again.
+#include <cstdlib>
+#include <functional>
+#include <map>
+
+#include "tests/support.h"
+
+namespace {
+
+using support::assign;
+using support::fieldText;
+using support::openTable;
+using support::readFile;
+using support::writeFile;
+
+constexpr int kMemory = -920;
+
+// ---- The allocator: it cannot be taken out again, so it is told when to refuse
+
+struct Allocator {
+  int blocks = 0;  // outstanding
+  int asked = 0;
+  int failAt = 0;  // 0: never
+  bool forEver = false;
+  int refusals = 0;
+
+  bool refuses() {
+    if (failAt == 0) return false;
+    ++asked;
+    const bool refused = forEver ? asked >= failAt : asked == failAt;
+    refusals += refused ? 1 : 0;
+    return refused;
+  }
+};
+Allocator allocator;
+
+void *counted(void *block) {
+  if (block != nullptr) ++allocator.blocks;
+  return block;
+}
+void *allocate(std::size_t size) {
+  return allocator.refuses() ? nullptr : counted(std::malloc(size));
+}
+void *reallocate(void *block, std::size_t size) {
+  return allocator.refuses() ? nullptr : std::realloc(block, size);
+}
+void *allocateZeroed(std::size_t count, std::size_t size) {
+  return allocator.refuses() ? nullptr : counted(std::calloc(count, size));
+}
+void release(void *block) {
+  --allocator.blocks;
+  std::free(block);
+}
+
+const bool installed = [] {
+  zk_MemoryManager_set(allocate, reallocate, allocateZeroed, release);
+  return true;
+}();
+
+// One try of a scenario: it does its preparations and checks undisturbed, and what it runs here
+// with memory refused.
+class Attempt {
+ public:
+  Attempt(int failAt, bool forEver) : failAt_(failAt), forEver_(forEver) {
+    allocator.asked = allocator.refusals = 0;
+  }
+  template <typename Operation>
+  auto during(Operation operation) {
+    allocator.failAt = failAt_;
+    allocator.forEver = forEver_;
+    const auto result = operation();
+    allocator.failAt = 0;
+    return result;
+  }
+  bool refused() const { return allocator.refusals > 0; }
+
+ private:
+  int failAt_;
+  bool forEver_;
+};
+
+void forEveryAllocation(const char *what, const std::function<void(Attempt &)> &scenario) {
+  ASSERT_TRUE(installed);
+  for (const bool forEver : {false, true}) {
+    for (int n = 1;; ++n) {
+      SCOPED_TRACE(testing::Message() << what << ", request " << n << (forEver ? " and on" : ""));
+      const int blocks = allocator.blocks;
+      Attempt attempt(n, forEver);
+      scenario(attempt);
+      EXPECT_EQ(allocator.blocks, blocks) << "blocks are lost";
+      if (testing::Test::HasFailure()) return;
+      if (!attempt.refused()) break;
+      ASSERT_LT(n, 10'000);
+    }
+  }
+}
+
+template <typename T, int (*destroy)(T *)>
+void destroyWith(void *object) {
+  destroy(static_cast<T *>(object));
+}
+
+// ---- What makes something new gives null
+
+std::string folder() { return testing::TempDir(); }
+
+std::string textFile() {
+  const std::string name = folder() + "/zk_allocation.txt";
+  writeFile(name, "PART C 10  0\nPRICE N 12  2\nNOTE M 10  0\n");
+  return name;
+}
+
+StrList *words() {
+  static StrList *list =
+      zk_StrList_create("pear", "fig", "apple", "fig", static_cast<char *>(nullptr));
+  return list;
+}
+DbFldList *record() {
+  static DbFldList *list =
+      zk_DbFldList_create("PART", "A-100", "SIZE", "12", static_cast<char *>(nullptr));
+  return list;
+}
+DbCursor *records() {
+  static DbCursor *cursor = nullptr;
+  if (cursor == nullptr) {
+    cursor = zk_DbCursor_create();
+    for (const char *name : {"one", "two"}) {
+      zk_DbCursor_insEnd(cursor, name, zk_DbFldList_copy(record()));
+    }
+  }
+  return cursor;
+}
+
+TEST(AllocationFailure, NothingIsMadeInPart) {
+  struct Maker {
+    const char *what;
+    void *(*make)();
+    void (*destroy)(void *);
+  };
+  constexpr auto strings = destroyWith<StrList, zk_StrList_destroy>;
+  constexpr auto fields = destroyWith<DbFldList, zk_DbFldList_destroy>;
+  const Maker makers[] = {
+      {"dup", []() -> void * { return zk_Str_dup("text"); }, zk_Free},
+      {"dupW", []() -> void * { return zk_Str_dupW("text"); }, zk_Free},
+      {"replaceKeywordDynamic",
+       []() -> void * { return zk_Str_replaceKeywordDynamic("a %B% c", "B", "%", "value"); },
+       zk_Free},
+      {"wrapText", []() -> void * { return zk_Str_wrapText("several words of a text", 7); },
+       strings},
+      {"StrListNode_create", []() -> void * { return zk_StrListNode_create("text"); },
+       destroyWith<StrListNode, zk_StrListNode_destroy>},
+      {"StrList_copy", []() -> void * { return zk_StrList_copy(words()); }, strings},
+      {"toDelimitedString", []() -> void * { return zk_StrList_toDelimitedString(words(), ", "); },
+       zk_Free},
+      {"fromDelimitedString",
+       []() -> void * { return zk_StrList_fromDelimitedString("a, b,c", ","); }, strings},
+      {"toDelimitedStringList",
+       []() -> void * { return zk_StrList_toDelimitedStringList(words(), ",", 2, 1); }, strings},
+      {"parseTagInfo", []() -> void * { return zk_Cb_parseTagInfo("PART, UPPER(NAME) SIZE"); },
+       strings},
+      {"readFile", []() -> void * { return zk_File_readFile(textFile().c_str()); }, strings},
+      {"readFileExactly", []() -> void * { return zk_File_readFileExactly(textFile().c_str()); },
+       strings},
+      {"DbFldNode_new", []() -> void * { return zk_DbFldNode_new("A", "value", 10, 0, 'C'); },
+       destroyWith<DbFldNode, zk_DbFldNode_destroy>},
+      {"DbFldList_create",
+       []() -> void * {
+         return zk_DbFldList_create("A", "1", "B", nullptr, static_cast<char *>(nullptr));
+       },
+       fields},
+      {"DbFldList_copy", []() -> void * { return zk_DbFldList_copy(record()); }, fields},
+      {"fromTemplate", []() -> void * { return zk_DbFldList_fromTemplate(textFile().c_str()); },
+       fields},
+      {"DbCursor_create", []() -> void * { return zk_DbCursor_create(); },
+       destroyWith<DbCursor, zk_DbCursor_destroy>},
+      {"DbCursor_copy", []() -> void * { return zk_DbCursor_copy(records()); },
+       destroyWith<DbCursor, zk_DbCursor_destroy>},
+      {"DbRefNode_create", []() -> void * { return zk_DbRefNode_create(nullptr, 1); },
+       destroyWith<DbRefNode, zk_DbRefNode_free>},
+      {"DbTagRefNode_create", []() -> void * { return zk_DbTagRefNode_create(nullptr, 1, 1); },
+       destroyWith<DbTagRefNode, zk_DbTagRefNode_free>},
+  };
+  words(), record(), records();
+  for (const Maker &maker : makers) {
+    forEveryAllocation(maker.what, [&](Attempt &attempt) {
+      void *made = attempt.during(maker.make);
+      EXPECT_EQ(made == nullptr, attempt.refused());
+      if (made != nullptr) maker.destroy(made);
+    });
+  }
+  support::fs::remove(textFile());
+}
+
+TEST(AllocationFailure, ElementsThatAreRefusedAreLeftOut) {
+  forEveryAllocation("StrList_create", [](Attempt &attempt) {
+    StrList *list = attempt.during(
+        [] { return zk_StrList_create("a", "b", "c", static_cast<char *>(nullptr)); });
+    const std::uint32_t length = zk_StrList_length(list);
+    EXPECT_EQ(length < 3, attempt.refused());
+    zk_StrList_destroy(list);
+  });
+  forEveryAllocation("LnkList_create", [](Attempt &attempt) {
+    int a = 1;
+    LnkList *list = attempt.during([&] { return zk_LnkList_create(&a, &a, (void *)0); });
+    const std::uint32_t length = zk_LnkList_length(list);
+    EXPECT_EQ(length < 2, attempt.refused());
+    zk_LnkList_destroy(list, nullptr);
+  });
+}
+
+// ---- What changes something leaves it as it was
+
+std::string shown(const LnkList *list, std::string (*show)(const void *)) {
+  std::string text;
+  for (const LnkNode *node = list->first; node != nullptr; node = node->next) {
+    text += (node == list->current ? ">" : " ") + show(node->data);
+  }
+  return text + " #" + std::to_string(list->length);
+}
+
+std::string showString(const void *data) { return static_cast<const StrListNode *>(data)->text; }
+
+std::string showField(const void *data) {
+  const auto *node = static_cast<const DbFldNode *>(data);
+  return std::string(node->name) + "=" + (node->value != nullptr ? node->value : "(null)");
+}
+
+std::string showRecord(const void *data) {
+  const auto *node = static_cast<const DbCursorNode *>(data);
+  return std::string(node->tblName != nullptr ? node->tblName : "(null)") + "(" +
+         shown(node->fldList, showField) + ")";
+}
+
+struct Changer {
+  const char *what;
+  int (*change)(LnkList *&list);
+};
+
+template <typename Copy, typename Destroy>
+void expectAllOrNothing(const std::vector<Changer> &changers, LnkList *original, Copy copy,
+                        Destroy destroy, std::string (*show)(const void *)) {
+  for (const Changer &changer : changers) {
+    forEveryAllocation(changer.what, [&](Attempt &attempt) {
+      LnkList *list = copy(original);
+      zk_LnkList_start(list);
+      const std::string before = shown(list, show);
+      const int result = attempt.during([&] { return changer.change(list); });
+      EXPECT_EQ(result != 1, attempt.refused()) << "result " << result;
+      if (attempt.refused()) {
+        EXPECT_EQ(shown(list, show), before);
+        EXPECT_EQ(changer.change(list), 1) << "works when tried again";
+      }
+      EXPECT_NE(shown(list, show), before);
+      destroy(list);
+    });
+  }
+}
+
+TEST(AllocationFailure, StringListsStayAsTheyWere) {
+  expectAllOrNothing(
+      {
+          {"insStart", [](LnkList *&list) { return zk_StrList_insStart(list, "new"); }},
+          {"insEnd", [](LnkList *&list) { return zk_StrList_insEnd(list, "new"); }},
+          {"insBefore", [](LnkList *&list) { return zk_StrList_insBefore(list, "new"); }},
+          {"insAfter", [](LnkList *&list) { return zk_StrList_insAfter(list, "new"); }},
+          {"insSorted", [](LnkList *&list) { return zk_StrList_insSorted(list, "new"); }},
+          {"modCurr", [](LnkList *&list) { return zk_StrList_modCurr(list, "new"); }},
+          {"concatenate", [](LnkList *&list) { return zk_StrList_concatenate(list, words()); }},
+          {"itself twice", [](LnkList *&list) { return zk_StrList_concatenate(list, list); }},
+          {"sort", [](LnkList *&list) { return zk_StrList_sort(list); }},
+          {"removeDuplicates",
+           [](LnkList *&list) {
+             StrList *result = zk_StrList_removeDuplicates(list, 1);
+             if (result != nullptr) list = result;
+             return result != nullptr ? 1 : 0;
+           }},
+      },
+      words(), zk_StrList_copy, zk_StrList_destroy, showString);
+}
+
+TEST(AllocationFailure, RecordFieldListsStayAsTheyWere) {
+  expectAllOrNothing(
+      {
+          {"insStart",
+           [](LnkList *&list) { return zk_DbFldList_insStart(list, "NEW", "value", 9, 0, 'C'); }},
+          {"insEnd",
+           [](LnkList *&list) { return zk_DbFldList_insEnd(list, "NEW", "value", 9, 0, 'C'); }},
+          {"modCurrVal", [](LnkList *&list) { return zk_DbFldList_modCurrVal(list, "a value"); }},
+          {"modFldVal",
+           [](LnkList *&list) {
+             const int result = zk_DbFldList_modFldVal(list, "PART", "another value");
+             return result;
+           }},
+      },
+      record(), zk_DbFldList_copy, zk_DbFldList_destroy, showField);
+}
+
+TEST(AllocationFailure, CursorsStayAsTheyWere) {
+  // A list that is not taken stays the caller's. (A name whose copy is refused is left out.)
+  constexpr auto given = [](int (*give)(DbCursor *, const char *, DbFldList *), DbCursor *cursor) {
+    DbFldList *list = zk_DbFldList_copy(record());
+    if (list == nullptr) return 0;
+    const int result = give(cursor, nullptr, list);
+    if (result != 1) zk_DbFldList_destroy(list);
+    return result;
+  };
+  static constexpr auto give = given;
+  expectAllOrNothing(
+      {
+          {"insStart", [](LnkList *&list) { return give(zk_DbCursor_insStart, list); }},
+          {"insEnd", [](LnkList *&list) { return give(zk_DbCursor_insEnd, list); }},
+          {"modCurr", [](LnkList *&list) { return give(zk_DbCursor_modCurr, list); }},
+      },
+      records(), zk_DbCursor_copy, zk_DbCursor_destroy, showRecord);
+}
+
+TEST(AllocationFailure, LinkedListsStayAsTheyWere) {
+  static int numbers[] = {3, 1, 2};
+  static constexpr auto compare = [](const void *a, const void *b) {
+    return *static_cast<const int *>(a) - *static_cast<const int *>(b);
+  };
+  const auto show = [](const void *data) {
+    return std::to_string(*static_cast<const int *>(data));
+  };
+  expectAllOrNothing(
+      {
+          {"insBefore", [](LnkList *&list) { return zk_LnkList_insBefore(list, &numbers[0]); }},
+          {"qSort",
+           [](LnkList *&list) {
+             zk_LnkList_qSort(list, compare);
+             return list->current == nullptr ? 1 : 0;
+           }},
+      },
+      nullptr,
+      [](LnkList *) { return zk_LnkList_create(&numbers[0], &numbers[1], &numbers[2], (void *)0); },
+      [](LnkList *list) { return zk_LnkList_destroy(list, nullptr); }, show);
+}
+
+TEST(AllocationFailure, StringsInPlaceStayAsTheyWere) {
+  forEveryAllocation("replaceKeyword", [](Attempt &attempt) {
+    char text[40] = "a %B% c";
+    const char *result =
+        attempt.during([&] { return zk_Str_replaceKeyword(text, "B", "%", "longer value", 30); });
+    EXPECT_EQ(result == nullptr, attempt.refused());
+    EXPECT_STREQ(text, attempt.refused() ? "a %B% c" : "a longer value c");
+  });
+}
+
+TEST(AllocationFailure, DiagnosticsKeepTheirFile) {
+  const std::string first = folder() + "/zk_first.log";
+  const std::string second = folder() + "/zk_second.log";
+  forEveryAllocation("setOutput and setFileName", [&](Attempt &attempt) {
+    ASSERT_EQ(zk_Diag_setOutput(ZK_DIAG_OUTPUT_FILE, first.c_str()), 1);
+    const int result =
+        attempt.during([&] { return zk_Diag_setOutput(ZK_DIAG_OUTPUT_BOTH, second.c_str()); });
+    EXPECT_EQ(result == 0, attempt.refused());
+    EXPECT_EQ(zk_Diag_getDiagOutput(),
+              attempt.refused() ? ZK_DIAG_OUTPUT_FILE : ZK_DIAG_OUTPUT_BOTH);
+    EXPECT_EQ(zk_Diag_getFileName(), attempt.refused() ? first : second);
+    zk_Diag_setOutput(ZK_DIAG_OUTPUT_CONSOLE, nullptr);
+    zk_Diag_setFileName(nullptr);
+  });
+  support::fs::remove(first);
+  support::fs::remove(second);
+}
+
+// ---- Files
+
+class FilesWithoutMemory : public support::TableTest {
+ protected:
+  // Names and contents of everything in the folder.
+  std::map<std::string, std::string> contents() const {
+    std::map<std::string, std::string> result;
+    for (const std::string &name : files()) result[name] = bytesOf(name);
+    return result;
+  }
+};
+
+TEST_F(FilesWithoutMemory, StayAsTheyWere) {
+  struct Change {
+    const char *what;
+    bool (*succeeds)(const std::string &a, const std::string &b);
+  };
+  const Change changes[] = {
+      {"copy",
+       [](const auto &a, const auto &b) { return zk_File_copy(a.c_str(), b.c_str()) == 0; }},
+      {"append",
+       [](const auto &a, const auto &b) { return zk_File_append(a.c_str(), b.c_str()) == 0; }},
+      {"move",
+       [](const auto &a, const auto &b) { return zk_File_move(a.c_str(), b.c_str()) == 1; }},
+      {"deleteSingle",
+       [](const auto &a, const auto &) { return zk_File_deleteSingle(a.c_str()) == 1; }},
+      {"create",
+       [](const auto &a, const auto &) { return zk_File_create((a + ".new").c_str()) == 1; }},
+      {"slice", [](const auto &a, const auto &) { return zk_File_slice(a.c_str(), 3) == 3; }},
+      {"encrypt",
+       [](const auto &a, const auto &b) { return zk_File_encrypt(a.c_str(), b.c_str()) == 1; }},
+  };
+  const std::string a = path("a.txt");
+  const std::string b = path("b.txt");
+  for (const Change &change : changes) {
+    forEveryAllocation(change.what, [&](Attempt &attempt) {
+      for (const std::string &name : files()) support::fs::remove(path(name));
+      writeFile(a, "content");
+      writeFile(b, "other content");
+      const auto before = contents();
+      const bool done = attempt.during([&] { return change.succeeds(a, b); });
+      EXPECT_EQ(done, !attempt.refused());
+      EXPECT_EQ(contents() == before, !done);
+      if (!done) {
+        EXPECT_TRUE(change.succeeds(a, b)) << "works when tried again";
+      }
+    });
+  }
+  forEveryAllocation("findFirst", [&](Attempt &attempt) {
+    char name[512] = "";
+    const int found = attempt.during([&] { return zk_File_findFirst(path("*.*").c_str(), name); });
+    EXPECT_EQ(found == -1, attempt.refused());
+    while (zk_File_findNext(name) == 0) continue;
+  });
+}
+
+// ---- Tables
+
+class TablesWithoutMemory : public support::TableTest {
+ protected:
+  static constexpr int kRecords = 4;
+
+  static void SetUpTestSuite() {
+    // The first call makes what lasts.
+    for (int n = 1;; ++n) {
+      Attempt attempt(n, n % 2 == 0);
+      const int done = attempt.during(zk_Db_init);
+      EXPECT_EQ(done == 0, attempt.refused());
+      if (!attempt.refused()) break;
+    }
+  }
+
+  TablesWithoutMemory() {
+    const int32_t table = support::createTable(file_, "PART C 8, QTY N 6, NOTE M, MORE M");
+    for (int i = 0; i < kRecords; ++i) {
+      support::appendRecord(table, {{"PART", "p" + std::to_string(i)}, {"NOTE", note(i)}});
+    }
+    zk_Db_closeDb(table);
+    table_ = bytesOf("T.DBF");
+    memo_ = bytesOf("T.FPT");
+  }
+
+  static std::string note(int i) { return std::string(static_cast<std::size_t>(i) * 500, 'n'); }
+
+  // Puts the table's original files in place.
+  void restore() {
+    writeFile(file_, table_);
+    writeFile(path("T.FPT"), memo_);
+  }
+
+  int32_t restoreAndOpen(int mode = 0) {
+    restore();
+    return openTable(file_, mode);
+  }
+
+  // Record by record "PART:size of NOTE", "-" in front of the deleted.
+  static std::string walk(int32_t table) {
+    std::string text;
+    int status = zk_Db_topRec(table, -1);
+    for (; status == 0; status = zk_Db_nextRec(table, -1)) {
+      text += zk_Db_deleted(table) ? " -" : " ";
+      text +=
+          support::trimmed(table, "PART") + ":" + std::to_string(fieldText(table, "NOTE").size());
+    }
+    return status == 3 ? text : "status " + std::to_string(status);
+  }
+
+  // What the files hold when everything is closed; nobody may have been forgotten.
+  std::string reread() {
+    const int32_t table = openTable(file_, 2);
+    EXPECT_GE(table, 0) << zk_DbError_text();
+    const std::string text = walk(table);
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
+    EXPECT_EQ(files(), (std::vector<std::string>{"T.DBF", "T.FPT"}));
+    return text;
+  }
+
+  const std::string file_ = path("T.DBF");
+  const std::string original_ = " p0:0 p1:500 p2:1000 p3:1500";
+  std::string table_, memo_;
+};
+
+TEST_F(TablesWithoutMemory, Opening) {
+  for (const int mode : {0, 2}) {
+    forEveryAllocation("open", [&](Attempt &attempt) {
+      restore();
+      const int32_t table = attempt.during([&] { return openTable(file_, mode); });
+      EXPECT_EQ(table == -1, attempt.refused());
+      EXPECT_EQ(zk_DbError_code(), attempt.refused() ? kMemory : 0);
+      zk_Db_closeDb(table);
+      EXPECT_EQ(reread(), original_);
+    });
+  }
+}
+
+TEST_F(TablesWithoutMemory, Creating) {
+  const support::List fields = support::fieldList("PART C 8, NOTE M");
+  for (const bool overAnother : {false, true}) {
+    forEveryAllocation("create", [&](Attempt &attempt) {
+      for (const std::string &name : files()) support::fs::remove(path(name));
+      if (overAnother) restore();
+      const int32_t table =
+          attempt.during([&] { return zk_Db_createDb(file_.c_str(), fields.get()); });
+      EXPECT_EQ(table == -1, attempt.refused());
+      EXPECT_EQ(zk_DbError_code(), attempt.refused() ? kMemory : 0);
+      zk_Db_closeDb(table);
+      // Memory can also be refused when the finished table is opened: then it is there, and new.
+      const std::vector<std::string> there = files();
+      if (overAnother || !there.empty()) {
+        const std::string found = reread();
+        EXPECT_TRUE(found.empty() || (overAnother && attempt.refused() && found == original_))
+            << found;
+      }
+    });
+  }
+}
+
+TEST_F(TablesWithoutMemory, Appending) {
+  for (const int mode : {0, 2}) {
+    forEveryAllocation("append", [&](Attempt &attempt) {
+      const int32_t table = restoreAndOpen(mode);
+      ASSERT_EQ(zk_Db_botRec(table, -1), 0);
+      const auto append = [&] {
+        int status = zk_Db_appendStart(table);
+        if (status != 0) return status;
+        if (zk_Db_assignFldStr(table, "PART", "new") != 0) return zk_DbError_code();
+        if (zk_Db_assignFldStr(table, "NOTE", std::string(700, 'x').c_str()) != 0) {
+          return zk_DbError_code();
+        }
+        return zk_Db_append(table);
+      };
+      const int status = attempt.during(append);
+      EXPECT_EQ(status, attempt.refused() ? kMemory : 0);
+      EXPECT_EQ(zk_Db_getRecordCount(table), status == 0 ? kRecords + 1 : kRecords);
+      if (status != 0) {
+        EXPECT_EQ(append(), 0) << "works when tried again";
+      }
+      EXPECT_EQ(zk_Db_closeDb(table), 0);
+      EXPECT_EQ(reread(), original_ + " new:700");
+    });
+  }
+}
+
+TEST_F(TablesWithoutMemory, AppendingAndKeepingTheMemos) {
+  forEveryAllocation("append a copy", [&](Attempt &attempt) {
+    const int32_t table = restoreAndOpen();
+    ASSERT_EQ(zk_Db_botRec(table, -1), 0);
+    const int started = attempt.during([&] { return zk_Db_appendStart(table); });
+    EXPECT_EQ(started, attempt.refused() ? kMemory : 0);
+    if (started != 0) {
+      EXPECT_EQ(zk_Db_getRecordNo(table), kRecords) << "not begun";
+      EXPECT_EQ(fieldText(table, "NOTE").size(), 1500u);
+      EXPECT_EQ(zk_Db_appendStart(table), 0);
+    }
+    const int appended = attempt.during([&] { return zk_Db_append(table); });
+    EXPECT_EQ(appended == 0 ? 0 : kMemory, appended);
+    if (appended != 0) {
+      EXPECT_EQ(zk_Db_append(table), 0) << "can be tried again";
+    }
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
+    EXPECT_EQ(reread(), original_ + " p3:1500");
+  });
+}
+
+TEST_F(TablesWithoutMemory, Updating) {
+  forEveryAllocation("update", [&](Attempt &attempt) {
+    const int32_t table = restoreAndOpen();
+    ASSERT_EQ(zk_Db_goRec(table, 2), 0);
+    assign(table, {{"PART", "new"}});
+    const auto update = [&] {
+      const int assigned = zk_Db_assignFldStr(table, "NOTE", std::string(3000, 'x').c_str());
+      return assigned != 0 ? zk_DbError_code() : zk_Db_flush(table);
+    };
+    const int status = attempt.during(update);
+    EXPECT_EQ(status, attempt.refused() ? kMemory : 0);
+    if (status != 0) {
+      EXPECT_EQ(update(), 0) << "works when tried again";
+    }
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
+    EXPECT_EQ(reread(), " p0:0 new:3000 p2:1000 p3:1500");
+  });
+  // A close drops what it cannot write, says so and closes all the same.
+  forEveryAllocation("close", [&](Attempt &attempt) {
+    const int32_t table = restoreAndOpen();
+    ASSERT_EQ(zk_Db_goRec(table, 2), 0);
+    assign(table, {{"NOTE", std::string(3000, 'x')}});
+    const int status = attempt.during([&] { return zk_Db_closeDb(table); });
+    EXPECT_EQ(status, attempt.refused() ? kMemory : 0);
+    EXPECT_EQ(reread(), status == 0 ? " p0:0 p1:3000 p2:1000 p3:1500" : original_);
+  });
+}
+
+TEST_F(TablesWithoutMemory, Reading) {
+  const auto show = [](DbFldList *list) { return shown(list, showField); };
+  std::string whole;
+  for (const bool withTemplate : {false, true}) {
+    const support::List fields =
+        withTemplate ? support::fieldList("NOTE M, PART C, OTHER C") : nullptr;
+    whole.clear();
+    {
+      const int32_t table = restoreAndOpen();
+      support::Cursor rows(zk_Db_readTable(table, "T", fields.get()));
+      ASSERT_EQ(zk_DbCursor_length(rows.get()), static_cast<std::uint32_t>(kRecords));
+      whole = shown(rows.get(), showRecord);
+      zk_Db_closeDb(table);
+    }
+    for (const int mode : {0, 2}) {
+      forEveryAllocation("readTable", [&](Attempt &attempt) {
+        const int32_t table = restoreAndOpen(mode);
+        support::Cursor rows(
+            attempt.during([&] { return zk_Db_readTable(table, "T", fields.get()); }));
+        EXPECT_EQ(rows == nullptr, attempt.refused());
+        EXPECT_EQ(zk_DbError_code(), attempt.refused() ? kMemory : 0);
+        if (rows != nullptr) {
+          EXPECT_EQ(shown(rows.get(), showRecord), whole);
+        }
+        EXPECT_EQ(walk(table), original_) << "the table goes on";
+        zk_Db_closeDb(table);
+      });
+    }
+  }
+  forEveryAllocation("readRec, struct and fromFld", [&](Attempt &attempt) {
+    const int32_t table = restoreAndOpen();
+    ASSERT_EQ(zk_Db_botRec(table, -1), 0);
+    support::List record(attempt.during([&] { return zk_Db_readRec(table, nullptr); }));
+    EXPECT_EQ(record == nullptr, attempt.refused());
+    EXPECT_EQ(zk_DbError_code(), attempt.refused() ? kMemory : 0);
+    if (record != nullptr) {
+      EXPECT_EQ(show(record.get()), " PART=p3 QTY= NOTE=" + note(3) + " MORE= #4");
+    }
+    zk_Db_closeDb(table);
+  });
+}
+
+TEST_F(TablesWithoutMemory, Packing) {
+  for (const int mode : {0, 2}) {
+    forEveryAllocation("pack", [&](Attempt &attempt) {
+      const int32_t table = restoreAndOpen(mode);
+      ASSERT_EQ(zk_Db_goRec(table, 3), 0);
+      ASSERT_EQ(zk_Db_delRec(table), 0);
+      ASSERT_EQ(zk_Db_flush(table), 0);
+      const int status = attempt.during([&] { return zk_Db_packDb(table); });
+      EXPECT_EQ(status, attempt.refused() ? kMemory : 0);
+      const std::string packed = " p0:0 p1:500 p3:1500";
+      EXPECT_EQ(walk(table), status == 0 ? packed : " p0:0 p1:500 -p2:1000 p3:1500");
+      if (mode == 0) {
+        const int32_t second = openTable(file_);
+        EXPECT_GE(second, 0) << "others may come in again";
+        EXPECT_EQ(walk(second), walk(table)) << "and find the same table";
+        zk_Db_closeDb(second);
+      }
+      EXPECT_EQ(zk_Db_packDb(table), 0);
+      EXPECT_EQ(zk_Db_closeDb(table), 0);
+      EXPECT_EQ(reread(), packed);
+    });
+  }
+}
+
+TEST_F(TablesWithoutMemory, TagIds) {
+  const int32_t table = restoreAndOpen();
+  forEveryAllocation("createNdx", [&](Attempt &attempt) {
+    const int32_t tag = attempt.during([&] { return zk_DbTagRef_add(table, nullptr); });
+    EXPECT_EQ(tag == -1, attempt.refused());
+    EXPECT_EQ(zk_DbTagRef_del(tag), attempt.refused() ? 0 : 1);
+  });
+}
+
+}  // namespace
