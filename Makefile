@@ -1,5 +1,5 @@
-# The everyday commands. demo, test and bench install the packages that they miss.
-.PHONY: build demo test bench format clean
+# The everyday commands; they install the packages that they miss.
+.PHONY: build demo test bench fuzz format clean
 
 build:
 	scripts/install-deps.sh build
@@ -22,6 +22,12 @@ bench:
 	scripts/install-deps.sh build bench
 	cmake --preset release -B build/bench -DBUILD_TESTING=OFF
 	cmake --build build/bench --target bench
+
+fuzz:
+	scripts/install-deps.sh build fuzz
+	CC=clang CXX=clang++ cmake --preset sanitize -B build/fuzz -DBUILD_TESTING=OFF \
+	  -DZK_BUILD_TOOL=OFF -DZK_BUILD_EXAMPLES=OFF -DZK_BUILD_FUZZ=ON
+	cmake --build build/fuzz --target fuzz
 
 format:
 	git ls-files --cached --others --exclude-standard '*.c' '*.cpp' '*.h' | xargs clang-format -i

@@ -21,10 +21,9 @@ std::string_view skipSpace(std::string_view text) {
 constexpr double kPowersOfTen[] = {1,    1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-constexpr int kExactPowersOfTen = 22;  // 10^22 is the largest that a double holds exactly
 
 // Digits with at most one point whose value is exact in a double need no general parser: the
-// usual content of a numeric field. Reports how far it read; false hands over to the general one.
+// usual content of a numeric field. False hands over to the general one.
 bool parsePlainDecimal(std::string_view text, double &value) {
   std::uint64_t mantissa = 0;
   int digits = 0;

@@ -27,8 +27,7 @@ endif()
 # GCC 12 warns of uninitialised bytes and overlapping copies inside the standard string where there
 # are none.
 function(zk_compile_options target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-                                           -Wno-sign-conversion
-                                           -Wno-maybe-uninitialized
-                                           $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> -Werror)
+  target_compile_options(
+    ${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror
+                      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized;-Wno-restrict>)
 endfunction()

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that are missing for the groups named: build, test, bench.
+# Installs the Debian packages that are missing for the groups named: build, test, bench, fuzz.
 set -eu
 
 packages=
@@ -7,10 +7,11 @@ for group in "$@"; do
   case $group in
     build) packages="$packages g++ cmake ninja-build pkg-config libcli11-dev libcsv-dev
                      nlohmann-json3-dev" ;;
-    test) packages="$packages libgtest-dev libgmock-dev python3 python3-dbfread pgdbf
+    test) packages="$packages libgtest-dev libgmock-dev locales python3 python3-dbfread pgdbf
                     libdbd-xbase-perl" ;;
+    fuzz) packages="$packages clang libclang-rt-dev" ;;
     bench) packages="$packages libbenchmark-dev libsqlite3-dev libglib2.0-dev" ;;
-    *) echo "usage: $0 [build] [test] [bench]" >&2; exit 2 ;;
+    *) echo "usage: $0 [build] [test] [bench] [fuzz]" >&2; exit 2 ;;
   esac
 done
 
