@@ -77,7 +77,10 @@ int zk_Cb_freeTags(ZkTagInfo *tags, int32_t count) {
   return 1;
 }
 
-ZkTag *zk_Cb_findTag(ZkTable *, const char *) { return nullptr; }
+ZkTag *zk_Cb_findTag(ZkTable *table, const char *name) {
+  const engine::Table *live = engine::liveTable(table);
+  return live != nullptr && name != nullptr ? handleOf(live->findTag(name)) : nullptr;
+}
 
 int zk_Cb_createNdx(const char *tableFile, const char *, int32_t) {
   if (engine::Context *context = prepareAccess()) {

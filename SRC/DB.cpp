@@ -50,14 +50,8 @@ template <typename Operation>
 int inOrder(int32_t tableId, int32_t tagNumber, Operation operation) {
   Table *table = tableById(tableId);
   if (table == nullptr) return kUnknown;
-  zk_DbTagRef_sel(handleOf(table), tagNumber);
+  selectOrder(*table, tagNumber);
   return operation(*table);
-}
-
-// A seek leaves the record like every move, also when there is no tag to seek in.
-int seekWithoutTag(Table &table) {
-  const int status = table.leaveRecord();
-  return status == engine::kOk ? engine::kNoTag : status;
 }
 
 // An assignment to a field by name.
@@ -279,8 +273,11 @@ int zk_Db_rendx(void) { return -1; }
 
 int32_t zk_Db_openNdx(int32_t tableId, const char *fileName) {
   Table *table = tableById(tableId);
-  if (table != nullptr) table->context().fail(engine::kErrNoIndexSupport, fileName);
-  return kNone;
+  engine::IndexFile *index = nullptr;
+  if (table == nullptr || table->openIndex(fileName, index) != engine::kOk) return kNone;
+  const int32_t tagId = zk_DbTagRef_add(tableId, handleOf(index));
+  if (tagId == kNone) table->context().fail(engine::kErrMemory, fileName);
+  return tagId;
 }
 
 int32_t zk_Db_createNdx(int32_t tableId, const char *fileName, const char *tagInfo, int unique) {
@@ -299,7 +296,12 @@ int32_t zk_Db_createNdx(int32_t tableId, const char *fileName, const char *tagIn
 
 int zk_Db_closeNdx(int32_t tagId) {
   if (context != nullptr) context->clearError();
-  return zk_DbTagRef_selNdx(tagId) == nullptr ? kUnknown : engine::kErrNoIndexSupport;
+  engine::IndexFile *index = engine::liveIndex(zk_DbTagRef_selNdx(tagId));
+  if (index == nullptr) return kUnknown;
+  zk_DbTagRef_del(tagId);
+  // The engine keeps a production index open as long as its table.
+  Table &table = index->table();
+  return table.isProductionIndex(index) ? engine::kOk : table.closeIndex(index);
 }
 
 // ---- Position
@@ -320,12 +322,13 @@ int zk_Db_prevRec(int32_t tableId, int32_t tagNumber) {
   return inOrder(tableId, tagNumber, [](Table &table) { return table.skip(-1); });
 }
 
-int zk_Db_seekStr(const char *, int32_t tableId, int32_t tagNumber) {
-  return inOrder(tableId, tagNumber, seekWithoutTag);
+int zk_Db_seekStr(const char *key, int32_t tableId, int32_t tagNumber) {
+  const std::string_view text = key != nullptr ? key : "";
+  return inOrder(tableId, tagNumber, [text](Table &table) { return table.seek(text); });
 }
 
-int zk_Db_seekDouble(double, int32_t tableId, int32_t tagNumber) {
-  return inOrder(tableId, tagNumber, seekWithoutTag);
+int zk_Db_seekDouble(double key, int32_t tableId, int32_t tagNumber) {
+  return inOrder(tableId, tagNumber, [key](Table &table) { return table.seek(key); });
 }
 
 int zk_Db_eof(int32_t tableId) {

@@ -1,6 +1,8 @@
 // The registries of table ids and tag ids.
 #include "zk/dbref.h"
 
+#include <cstdio>
+
 #include "SRC/Engine.h"
 #include "SRC/LnkList.h"
 #include "base/Memory.h"
@@ -106,6 +108,57 @@ void emptyRegistry(LnkList *&registry) {
 
 }  // namespace
 
+engine::Tag *tagAt(const engine::Table &table, int32_t place) noexcept {
+  for (const auto &index : table.indexes()) {
+    const auto count = static_cast<int32_t>(index->tags().size());
+    if (place < count) return index->tags()[static_cast<std::size_t>(place)].get();
+    place -= count;
+  }
+  return nullptr;
+}
+
+namespace {
+
+// "TAG" and the number with at least `digits` digits, looked up in the table.
+engine::Tag *tagNumbered(const engine::Table &table, int32_t number, int digits) {
+  char name[16];
+  std::snprintf(name, sizeof name, "TAG%0*d", digits, static_cast<int>(number));
+  return table.findTag(name);
+}
+
+engine::Tag *lookUpTag(const engine::Table &table, int32_t number) {
+  if (number >= kFirstPlacedTag) return tagAt(table, number - kFirstPlacedTag);
+  // Not the hundreds choose among several index files, but who comes first: meant.
+  engine::Tag *tag = tagNumbered(table, number % 100, 3);
+  if (tag == nullptr) tag = tagNumbered(table, number, 3);
+  if (tag == nullptr) tag = tagNumbered(table, number % 100, 4);
+  return tag;
+}
+
+// The order that was chosen last: a walk asks for the same one at every step.
+struct RecentOrder {
+  const engine::Table *table;
+  std::uint32_t generation;
+  int32_t number;
+  engine::Tag *tag;
+};
+RecentOrder recentOrder = {};
+
+}  // namespace
+
+engine::Tag *selectOrder(engine::Table &table, int32_t number) noexcept {
+  engine::Tag *tag = nullptr;
+  if (number >= 0 && !table.indexes().empty()) {
+    if (recentOrder.table != &table || recentOrder.generation != table.indexGeneration() ||
+        recentOrder.number != number) {
+      recentOrder = {&table, table.indexGeneration(), number, lookUpTag(table, number)};
+    }
+    tag = recentOrder.tag;
+  }
+  table.selectTag(tag);
+  return tag;
+}
+
 engine::Table *tableById(int32_t tableId) noexcept {
   if (engine::Context *context = accessContext()) context->clearError();
   if (tableId == recentId) return recentTable;
@@ -119,6 +172,7 @@ engine::Table *tableById(int32_t tableId) noexcept {
 
 void forgetTable(const engine::Table *table) noexcept {
   forgetRecent();
+  if (recentOrder.table == table) recentOrder = {};
   removeAll<DbRefNode>(tableRegistry, [table](const DbRefNode &entry) {
     return static_cast<const void *>(entry.table) == table;
   });
@@ -126,6 +180,7 @@ void forgetTable(const engine::Table *table) noexcept {
 
 void forgetAllTables() noexcept {
   forgetRecent();
+  recentOrder = {};
   emptyRegistry(tableRegistry);
   emptyRegistry(tagRegistry);
 }
@@ -198,5 +253,7 @@ int zk_DbTagRef_del(int32_t tagId) {
   return removeFirst<DbTagRefNode>(tagRegistry, withTagId(tagId));
 }
 
-// No table has tags yet, so that every number selects record order.
-ZkTag *zk_DbTagRef_sel(ZkTable *, int32_t) { return nullptr; }
+ZkTag *zk_DbTagRef_sel(ZkTable *table, int32_t tagNumber) {
+  engine::Table *live = engine::liveTable(table);
+  return live != nullptr ? handleOf(selectOrder(*live, tagNumber)) : nullptr;
+}

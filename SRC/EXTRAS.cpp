@@ -115,6 +115,42 @@ ZkField *zk_Db_field(int32_t tableId, int32_t number) {
   return index < table->fields().size() ? handleOf(&table->fields()[index]) : nullptr;
 }
 
+// ---- Tags
+
+int32_t zk_Tag_count(int32_t tableId) {
+  const engine::Table *table = tableById(tableId);
+  int32_t count = 0;
+  while (table != nullptr && tagAt(*table, count) != nullptr) ++count;
+  return count;
+}
+
+int zk_Tag_getInfo(int32_t tableId, int32_t number, ZkTagFacts *facts) {
+  const engine::Table *table = tableById(tableId);
+  if (table == nullptr || facts == nullptr || number < 1) return 0;
+  const engine::Tag *tag = tagAt(*table, number - 1);
+  if (tag == nullptr) return 0;
+  const engine::IndexHeader &header = tag->header();
+  facts->name = tag->name();
+  facts->expression = header.expression.c_str();
+  facts->filter = header.filter.c_str();
+  facts->fileName = tag->index().path().c_str();
+  facts->keyLength = header.keyLength;
+  facts->unique = header.unique();
+  facts->descending = header.descending;
+  facts->problem = tag->problem();
+  facts->tagNumber = kFirstPlacedTag + number - 1;
+  return 1;
+}
+
+int32_t zk_Tag_find(int32_t tableId, const char *name) {
+  const engine::Table *table = tableById(tableId);
+  const engine::Tag *found = table != nullptr && name != nullptr ? table->findTag(name) : nullptr;
+  for (int32_t place = 0; found != nullptr; ++place) {
+    if (tagAt(*table, place) == found) return kFirstPlacedTag + place;
+  }
+  return -1;
+}
+
 // ---- Host
 
 void zk_Host_setMessagePresenter(ZkMessagePresenterFn presenter, void *user) {

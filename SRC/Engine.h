@@ -20,6 +20,15 @@ void applyAccessSettings(engine::Context &context) noexcept;
 // table does first.
 engine::Table *tableById(int32_t tableId) noexcept;
 
+// Tag numbers from here on name a table's tags by their place (zk_Tag_find), not by TAGnnn.
+constexpr int32_t kFirstPlacedTag = 0x40000000;
+
+// The n-th tag of a table, from 0, in the engine's order; null when there are not so many.
+engine::Tag *tagAt(const engine::Table &table, int32_t place) noexcept;
+
+// Selects the order of a table by tag number, as zk_DbTagRef_sel does.
+engine::Tag *selectOrder(engine::Table &table, int32_t tagNumber) noexcept;
+
 // Forgets every id of a table that is about to be closed.
 void forgetTable(const engine::Table *table) noexcept;
 // Empties both registries.
@@ -28,6 +37,8 @@ void forgetAllTables() noexcept;
 bool prepareRegistries() noexcept;
 
 inline ZkTable *handleOf(engine::Table *table) { return reinterpret_cast<ZkTable *>(table); }
+inline ZkIndex *handleOf(engine::IndexFile *index) { return reinterpret_cast<ZkIndex *>(index); }
+inline ZkTag *handleOf(engine::Tag *tag) { return reinterpret_cast<ZkTag *>(tag); }
 inline ZkContext *handleOf(engine::Context *context) {
   return reinterpret_cast<ZkContext *>(context);
 }

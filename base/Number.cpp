@@ -211,16 +211,17 @@ std::size_t formatFixed(char *out, std::size_t size, double value, int decimals)
     number.writeBefore(out + number.length);
     return number.length;
   }
-  const auto result = std::to_chars(out, out + size, value, std::chars_format::fixed, decimals);
+  char text[400];  // the largest double has 309 digits before the point
+  const auto result =
+      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
   if (result.ec != std::errc()) return 0;
-  auto length = static_cast<std::size_t>(result.ptr - out);
+  std::string_view digits(text, static_cast<std::size_t>(result.ptr - text));
   // "-0.00" is zero, and zero has no sign.
-  if (out[0] == '-' &&
-      std::string_view(out, length).find_first_of("123456789") == std::string_view::npos) {
-    --length;
-    for (std::size_t i = 0; i < length; ++i) out[i] = out[i + 1];
+  if (digits.find_first_of("123456789") == std::string_view::npos && digits.front() == '-') {
+    digits.remove_prefix(1);
   }
-  return length;
+  if (digits.size() > size) return 0;
+  return digits.copy(out, digits.size());
 }
 
 }  // namespace zk::base

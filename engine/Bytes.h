@@ -1,7 +1,9 @@
 // Numbers in file bytes, whatever the machine's own order.
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace zk::engine {
 
@@ -32,23 +34,25 @@ inline std::uint32_t readBig32(const unsigned char *p) {
   return static_cast<std::uint32_t>(p[0]) << 24 | static_cast<std::uint32_t>(p[1]) << 16 |
          static_cast<std::uint32_t>(p[2]) << 8 | p[3];
 }
+// Whole loads and stores, so that what is written can be read at once.
 inline std::uint64_t readBig64(const unsigned char *p) {
-  return static_cast<std::uint64_t>(readBig32(p)) << 32 | readBig32(p + 4);
+  std::uint64_t value;
+  std::memcpy(&value, p, sizeof value);
+  return std::endian::native == std::endian::little ? __builtin_bswap64(value) : value;
 }
 inline void writeBig16(unsigned char *p, std::uint16_t value) {
   p[0] = static_cast<unsigned char>(value >> 8);
   p[1] = static_cast<unsigned char>(value);
 }
 inline void writeBig32(unsigned char *p, std::uint32_t value) {
-  // One by one: compilers make a single store of this.
   p[0] = static_cast<unsigned char>(value >> 24);
   p[1] = static_cast<unsigned char>(value >> 16);
   p[2] = static_cast<unsigned char>(value >> 8);
   p[3] = static_cast<unsigned char>(value);
 }
 inline void writeBig64(unsigned char *p, std::uint64_t value) {
-  writeBig32(p, static_cast<std::uint32_t>(value >> 32));
-  writeBig32(p + 4, static_cast<std::uint32_t>(value));
+  if (std::endian::native == std::endian::little) value = __builtin_bswap64(value);
+  std::memcpy(p, &value, sizeof value);
 }
 
 }  // namespace zk::engine

@@ -86,6 +86,17 @@ const Field *liveField(const void *handle) noexcept {
   return found;
 }
 
+IndexFile *liveIndex(const void *handle) noexcept {
+  IndexFile *found = nullptr;
+  findTable([handle, &found](const Table &table) {
+    for (const base::Owned<IndexFile> &index : table.indexes()) {
+      if (index.get() == handle) found = index.get();
+    }
+    return found != nullptr;
+  });
+  return found;
+}
+
 bool isOpenTwice(const Table &table) noexcept {
   return findTable([&table](const Table &other) {
            return &other != &table && other.fileIdentity() == table.fileIdentity();

@@ -7,6 +7,7 @@
 
 namespace zk::engine {
 
+class IndexFile;
 class Table;
 struct Field;
 
@@ -72,6 +73,7 @@ class Context {
 Context *liveContext(const void *handle) noexcept;
 Table *liveTable(const void *handle) noexcept;
 const Field *liveField(const void *handle) noexcept;
+IndexFile *liveIndex(const void *handle) noexcept;
 
 // Whether another table object of this process has the same file open.
 bool isOpenTwice(const Table &table) noexcept;

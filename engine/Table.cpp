@@ -133,8 +133,8 @@ int Table::openFiles(const char *name) {
   cache_.setLayout(header_.headerLength, header_.recordLength);
   chooseReadOnlyReason(facts);
   if (facts.memo) status = openMemo();
-  if (status == kOk && header_.hasProductionIndex()) status = findProductionIndex();
   if (status == kOk) status = allocateBuffers();
+  if (status == kOk && header_.hasProductionIndex()) status = openProductionIndex();
   if (status == kOk) status = refreshCount();
   if (status == kOk) status = top();
   return status == kEndOfFile ? kOk : status;
@@ -168,14 +168,20 @@ int Table::openMemo() {
   return kOk;
 }
 
-// An index that cannot be maintained must not fall behind.
-int Table::findProductionIndex() {
-  if (!context_.settings.openProductionIndex || readOnlyReason_ != nullptr) return kOk;
+// An index that is not maintained must not fall behind, so that the table is read-only with it. A
+// damaged one does not keep the records from being read.
+int Table::openProductionIndex() {
+  if (!context_.settings.openProductionIndex) return kOk;
   const base::String path =
       platform::nativePath(companionName(file_.path().c_str(), "CDX").c_str());
-  if (platform::pathExists(path.c_str())) {
-    readOnlyReason_ = "its production index cannot be maintained";
+  if (!platform::pathExists(path.c_str())) return kOk;
+  const int status = addIndex(path.c_str(), production_);
+  if (status == kErrMemory) return status;
+  if (readOnlyReason_ == nullptr) {
+    readOnlyReason_ = status == kOk ? "its production index cannot be maintained"
+                                    : "its production index cannot be read";
   }
+  context_.clearError();
   return kOk;
 }
 
@@ -227,10 +233,137 @@ int Table::close() noexcept {
     const int memoClosed = memo_->file().close();
     if (result == kOk) result = memoClosed;
   }
+  indexes_.clear();
   const int closed = file_.close();
   if (result == kOk) result = closed;
   base::Owned<Table> self(this);
   return result;
+}
+
+// ---- Indexes
+
+int Table::addIndex(const char *path, IndexFile *&index) {
+  base::Owned<IndexFile> opened = base::make<IndexFile>(*this);
+  if (opened == nullptr) throw std::bad_alloc();
+  const int status = opened->open(path, file_.mode());
+  if (status != kOk) return status;
+  for (const base::Owned<IndexFile> &other : indexes_) {
+    if (other->file().identity() == opened->file().identity()) {
+      index = other.get();
+      return kOk;
+    }
+  }
+  indexes_.push_back(std::move(opened));
+  index = indexes_.back().get();
+  ++indexGeneration_;
+  return kOk;
+}
+
+int Table::openIndex(const char *name, IndexFile *&index) noexcept {
+  index = nullptr;
+  if (name == nullptr || name[0] == '\0') return context_.fail(kErrParameter);
+  // Writing would leave it behind.
+  if (readOnlyReason_ == nullptr) return context_.fail(kErrNoIndexSupport, name);
+  const int status = base::guarded(kErrMemory, [&] {
+    const base::String path = platform::nativePath(withDefaultExtension(name, "CDX").c_str());
+    return addIndex(path.c_str(), index);
+  });
+  if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory, name);
+  return status;
+}
+
+int Table::closeIndex(IndexFile *index) noexcept {
+  for (auto place = indexes_.begin(); place != indexes_.end(); ++place) {
+    if (place->get() != index) continue;
+    if (selected_ != nullptr && &selected_->index() == index) selected_ = nullptr;
+    const int status = index->file().close();
+    indexes_.erase(place);
+    ++indexGeneration_;
+    return status;
+  }
+  return context_.fail(kErrParameter);
+}
+
+Tag *Table::findTag(const char *name) const noexcept {
+  const unsigned char *upper = platform::upperCaseMap();
+  for (const base::Owned<IndexFile> &index : indexes_) {
+    for (const base::Owned<Tag> &tag : index->tags()) {
+      const char *a = tag->name();
+      const char *b = name;
+      while (*a != '\0' &&
+             static_cast<unsigned char>(*a) == upper[static_cast<unsigned char>(*b)]) {
+        ++a;
+        ++b;
+      }
+      if (*a == '\0' && *b == '\0') return tag.get();
+    }
+  }
+  return nullptr;
+}
+
+int Table::seek(std::string_view text) noexcept {
+  const int status = leaveRecord();
+  if (status != kOk) return status;
+  return selected_ == nullptr ? kNoTag : seekKey(selected_->keyOf(text));
+}
+
+int Table::seek(double number) noexcept {
+  const int status = leaveRecord();
+  if (status != kOk) return status;
+  return selected_ == nullptr ? kNoTag : seekKey(selected_->keyOf(number));
+}
+
+int Table::seekKey(const SeekKey &key) noexcept {
+  if (selected_->problem() != kOk) {
+    return context_.fail(selected_->problem(), selected_->index().path().c_str());
+  }
+  if (key.sought == SoughtKey::kNone) return -1;
+  std::uint32_t record = 0;
+  const int status = selected_->seek(key, record);
+  return arrive(status, record);
+}
+
+// To the record that a tag gave.
+int Table::arrive(int status, std::uint32_t record) noexcept {
+  if (status == kEndOfFile) return moveToEnd();
+  if (status != kOk && status != kNextGreater && status != kBeginningOfFile) return status;
+  if (record > count_ && rereads()) {
+    const int counted = refreshCount();
+    if (counted != kOk) return counted;
+  }
+  if (record < 1 || record > count_) {
+    return context_.fail(kErrUnexpectedInformation, selected_->index().path().c_str());
+  }
+  const int loaded = load(record);
+  if (loaded != kOk) return loaded;
+  bof_ = status == kBeginningOfFile;
+  return status;
+}
+
+int Table::skipInOrder(std::int64_t count) noexcept {
+  std::uint32_t record = 0;
+  int status = kOk;
+  if (eof_) {
+    if (count > 0) return kEndOfFile;
+    status = selected_->last(record);
+    ++count;
+    if (status == kEndOfFile) {
+      bof_ = true;
+      return kBeginningOfFile;
+    }
+  } else if (!selected_->isAt(recordNumber_)) {
+    status = selected_->seekCurrentRecord(record);
+    // What follows the place of a record that is not in the tag is one step on already.
+    if (status == kNextGreater && count > 0) --count;
+    if (status == kEndOfFile && count < 0) {
+      status = selected_->last(record);
+      ++count;
+    }
+    if (status == kNextGreater) status = kOk;
+  }
+  for (; count > 0 && status == kOk; --count) status = selected_->next(record);
+  for (; count < 0 && status == kOk; ++count) status = selected_->previous(record);
+  return arrive(status, record);
 }
 
 // ---- Position
@@ -333,7 +466,12 @@ int Table::top() noexcept {
   if (status == kOk && rereads()) status = refreshCount();
   if (status != kOk) return status;
   if (count_ == 0) return moveToEnd();
-  return load(1);
+  if (selected_ == nullptr) return load(1);
+  std::uint32_t record = 0;
+  status = selected_->first(record);
+  status = arrive(status, record);
+  if (status == kEndOfFile) bof_ = true;  // nothing is in the tag
+  return status;
 }
 
 int Table::bottom() noexcept {
@@ -341,7 +479,12 @@ int Table::bottom() noexcept {
   if (status == kOk && rereads()) status = refreshCount();
   if (status != kOk) return status;
   if (count_ == 0) return moveToEnd();
-  return load(count_);
+  if (selected_ == nullptr) return load(count_);
+  std::uint32_t record = 0;
+  status = selected_->last(record);
+  status = arrive(status, record);
+  if (status == kEndOfFile) bof_ = true;  // nothing is in the tag
+  return status;
 }
 
 int Table::go(std::int64_t number) noexcept {
@@ -356,6 +499,7 @@ int Table::skip(std::int64_t count) noexcept {
   int status = leaveRecord();
   if (status != kOk) return status;
   if (count == 0) return eof_ ? kEndOfFile : kOk;
+  if (selected_ != nullptr) return skipInOrder(count);
   const std::int64_t target = recordNumber_ + count;
   if (count > 0) {
     if (target > count_ && rereads()) status = refreshCount();

@@ -13,6 +13,7 @@
 #include "engine/Field.h"
 #include "engine/File.h"
 #include "engine/Header.h"
+#include "engine/Index.h"
 #include "engine/Memo.h"
 #include "engine/RecordCache.h"
 #include "platform/System.h"
@@ -94,6 +95,23 @@ class Table {
   // Keeps writers out while the two locks are held: the file lock, shared with other readers.
   int lockForReading(RangeLock &records, RangeLock &behind) noexcept;
 
+  // ---- Indexes and order
+  const base::Vector<base::Owned<IndexFile>> &indexes() const noexcept { return indexes_; }
+  // Changes whenever an index file is opened or closed.
+  std::uint32_t indexGeneration() const noexcept { return indexGeneration_; }
+  // The first tag of that name, ignoring case; null when there is none.
+  Tag *findTag(const char *name) const noexcept;
+  // The order of the moves from now on; null is record order.
+  void selectTag(Tag *tag) noexcept { selected_ = tag; }
+  // Opens an index file of that name (default extension "CDX"), or finds it among the open ones.
+  int openIndex(const char *name, IndexFile *&index) noexcept;
+  int closeIndex(IndexFile *index) noexcept;
+  bool isProductionIndex(const IndexFile *index) const noexcept { return index == production_; }
+  // Seeks in the selected tag: kOk, kNextGreater, kEndOfFile, kNoTag, -1 when its keys have no such
+  // form, or an error.
+  int seek(std::string_view text) noexcept;
+  int seek(double number) noexcept;
+
   // ---- The current record
   bool deleted() const noexcept { return record_[0] != ' '; }
   void setDeleted(bool deleted) noexcept;
@@ -139,7 +157,11 @@ class Table {
 
   int openFiles(const char *name);
   int openMemo();
-  int findProductionIndex();
+  int openProductionIndex();
+  int addIndex(const char *path, IndexFile *&index);
+  int seekKey(const SeekKey &key) noexcept;
+  int skipInOrder(std::int64_t count) noexcept;
+  int arrive(int status, std::uint32_t record) noexcept;
   int allocateBuffers() noexcept;
   void chooseReadOnlyReason(const FieldFacts &facts) noexcept;
   void attach() noexcept;
@@ -186,6 +208,11 @@ class Table {
   bool scanning_ = false;
   bool memoTouched_ = false;    // some memo text is loaded or changed
   bool updateDateDue_ = false;  // records were rewritten since the header's date was
+
+  base::Vector<base::Owned<IndexFile>> indexes_;
+  IndexFile *production_ = nullptr;
+  Tag *selected_ = nullptr;
+  std::uint32_t indexGeneration_ = 0;
 
   base::OwnedBlock<char> buffers_;  // the three below, each one byte longer than a record
   char *record_ = nullptr;

@@ -67,14 +67,13 @@ int TreeWriter::add(const unsigned char *key, std::uint32_t record) {
   if (!leaf_.add(key, record)) {
     const std::uint32_t next = pages_.allocate();
     int status = finishLeaf(kLeafPage, next);
-    if (status == kOk) status = addChild(0, lastKey_, lastRecord_, leafPlace_);
+    if (status == kOk) status = addChild(0, leaf_.lastKey(), lastRecord_, leafPlace_);
     if (status != kOk) return status;
     leafLeft_ = leafPlace_;
     leafPlace_ = next;
     leaf_.begin(leafPage_, layout_, largestRecord_);
     leaf_.add(key, record);
   }
-  std::memcpy(lastKey_, key, layout_.length);
   lastRecord_ = record;
   return kOk;
 }
@@ -108,7 +107,7 @@ int TreeWriter::finish(std::uint32_t &root) {
   root = leafPlace_;
   if (levels_.empty()) return finishLeaf(kRootPage | kLeafPage, kNoPage);
   int status = finishLeaf(kLeafPage, kNoPage);
-  if (status == kOk) status = addChild(0, lastKey_, lastRecord_, leafPlace_);
+  if (status == kOk) status = addChild(0, leaf_.lastKey(), lastRecord_, leafPlace_);
   for (std::size_t level = 0; status == kOk && level + 1 < levels_.size(); ++level) {
     status = finishLevel(level, kNoPage);
   }

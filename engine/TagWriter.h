@@ -47,7 +47,7 @@ class TreeWriter {
   int finish(std::uint32_t &root);
 
   // The key of the last add; only when there was one.
-  const unsigned char *lastKey() const noexcept { return lastKey_; }
+  const unsigned char *lastKey() const noexcept { return leaf_.lastKey(); }
 
  private:
   // An interior page in the making.
@@ -70,7 +70,6 @@ class TreeWriter {
   LeafWriter leaf_;
   std::uint32_t leafPlace_;
   std::uint32_t leafLeft_ = kNoPage;
-  unsigned char lastKey_[kLongestKey];
   std::uint32_t lastRecord_ = 0;
   base::Vector<Level> levels_;  // the first above the leaves
 };

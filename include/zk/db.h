@@ -80,10 +80,16 @@ ZK_API int ZK_CALL zk_Db_closeAll(void);
 /* Not supported: always -1. */
 ZK_API int ZK_CALL zk_Db_rendx(void);
 
-/* ---- Index files (this version: none can be opened or created) ----------------------------------
- */
+/* ---- Index files --------------------------------------------------------------------------------
+ *
+ * A compound index file (.CDX) holds any number of tags, a compact single-tag file (.IDX) one. A
+ * production index, the .CDX of the table's own name that its header tells of, is open with its
+ * table. This version of the library reads indexes, but does not maintain or create them yet: a
+ * table with a production index is read-only, and only a read-only table can have others opened. */
 
-/* Opens an index file of the table: its tag id, or -1. */
+/* Opens an index file of the table (default extension "CDX"), or finds it among the open ones: its
+ * tag id, or -1: unknown id, -60, not an index or a damaged one (-310), a table that can be changed
+ * (-1010). */
 ZK_API int32_t ZK_CALL zk_Db_openNdx(int32_t tableId, const char *fileName);
 
 /* Creates an index file with one tag per key expression (zk_Cb_i4create). -1 for an unknown table.
@@ -91,7 +97,8 @@ ZK_API int32_t ZK_CALL zk_Db_openNdx(int32_t tableId, const char *fileName);
 ZK_API int32_t ZK_CALL zk_Db_createNdx(int32_t tableId, const char *fileName, const char *tagInfo,
                                        int unique);
 
-/* Closes the index file of the tag id (rounded down to its hundred). The engine's status, or 1. */
+/* Closes the index file of the tag id (rounded down to its hundred). The engine's status, or 1. Of
+ * a production index only the id is removed. */
 ZK_API int ZK_CALL zk_Db_closeNdx(int32_t tagId);
 
 /* ---- Position ---------------------------------------------------------------------------------
@@ -107,8 +114,13 @@ ZK_API int ZK_CALL zk_Db_nextRec(int32_t tableId, int32_t tagNumber);
 /* One record back: 0, or 4 on the first, which stays the current one. */
 ZK_API int ZK_CALL zk_Db_prevRec(int32_t tableId, int32_t tagNumber);
 
-/* Seeks a key in the selected tag; note that the key comes first. 0 found, 2 positioned on the next
- * greater key, 3 end of file, 80 without a tag, 50 locked, negative on error. */
+/* Seeks a key in the selected tag; note that the key comes first. In a character tag as many
+ * characters count as the text has, so that a shorter text finds the first key that begins with it;
+ * for other tags the text is converted to a number, a date (CCYYMMDD) or a letter. Dates are
+ * numbers of days (Julian day). 0 found, the first of equal keys in the tag's order; 2 positioned
+ * on the next greater key (of a descending tag: the next one in its order); 3 end of file; 80
+ * without a tag; -1 for a number in a tag of texts or logicals; 50 locked; other negative codes are
+ * errors. A null text counts as "". */
 ZK_API int ZK_CALL zk_Db_seekStr(const char *key, int32_t tableId, int32_t tagNumber);
 ZK_API int ZK_CALL zk_Db_seekDouble(double key, int32_t tableId, int32_t tagNumber);
 

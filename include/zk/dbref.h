@@ -103,9 +103,8 @@ ZK_API int ZK_CALL zk_DbTagRef_del(int32_t tagId);
  * other number looks for a tag named "TAG%03d" of the number modulo 100, then "TAG%03d" of the
  * whole number, then "TAG%04d" of the number modulo 100 (1234: TAG034, TAG1234, TAG0034), and
  * selects record order when the table has none of them. The hundreds do not choose among several
- * index files of one table: 100 and 200 both select the TAG000 that the engine meets first.
- *
- * This version of the library has no index tags: the order is always record order. */
+ * index files of one table: 100 and 200 both select the TAG000 that the engine meets first. Numbers
+ * that zk_Tag_find of zk/extras.h gave select that tag. Null for a null table as well. */
 ZK_API ZkTag *ZK_CALL zk_DbTagRef_sel(ZkTable *table, int32_t tagNumber);
 
 /* ---- Bridge to the table engine ---------------------------------------------------------------
@@ -126,7 +125,7 @@ ZK_API StrList *ZK_CALL zk_Cb_parseTagInfo(const char *tagInfo);
 /* Creates an index file with one tag per key expression of the tag-info string, named TAG000,
  * TAG001, ... `tagId` is not used. Null when the string has no expression or the engine fails.
  *
- * This version of the library has no index tags: the result is null with engine error -1010. */
+ * This version of the library cannot create indexes: the result is null with engine error -1010. */
 ZK_API ZkIndex *ZK_CALL zk_Cb_i4create(ZkTable *table, const char *fileName, const char *tagInfo,
                                        int32_t tagId, int32_t unique);
 
@@ -140,7 +139,7 @@ ZK_API ZkTag *ZK_CALL zk_Cb_findTag(ZkTable *table, const char *name);
 /* Builds an index for a table that need not be open: extension "dbf" is added to the table's file
  * name, the index takes the name without extension. 1 when it was created, else 0.
  *
- * This version of the library has no index tags: the result is 0. */
+ * This version of the library cannot create indexes: the result is 0. */
 ZK_API int ZK_CALL zk_Cb_createNdx(const char *tableFile, const char *tagInfo, int32_t unique);
 
 /* ---- Pass-throughs ----------------------------------------------------------------------------

@@ -91,6 +91,33 @@ ZK_API int ZK_CALL zk_Db_setErrorBoxes(int show);
 ZK_API ZkContext *ZK_CALL zk_Db_context(void);
 ZK_API ZkField *ZK_CALL zk_Db_field(int32_t tableId, int32_t number);
 
+/* ---- Tags -------------------------------------------------------------------------------------
+ */
+
+/* One tag of an open index file. The texts are valid while the index is open. */
+typedef struct ZkTagFacts {
+  const char *name;       /* upper case */
+  const char *expression; /* of the key */
+  const char *filter;     /* "" without one */
+  const char *fileName;   /* of the index file */
+  int32_t keyLength;      /* bytes */
+  int32_t unique;         /* 1: a key may stand in the tag once only */
+  int32_t descending;
+  int32_t problem;   /* 0, or why the engine cannot evaluate the keys (then no seeks) */
+  int32_t tagNumber; /* for the positioning operations, as zk_Tag_find gives it */
+} ZkTagFacts;
+
+/* How many tags the open index files of a table have; 0 for an unknown id. */
+ZK_API int32_t ZK_CALL zk_Tag_count(int32_t tableId);
+
+/* The facts of the table's n-th tag, from 1. 1; 0 for an unknown id or number or null. */
+ZK_API int ZK_CALL zk_Tag_getInfo(int32_t tableId, int32_t number, ZkTagFacts *facts);
+
+/* The tag number to give to the positioning operations for the tag of that name, ignoring case; -1
+ * when the table has none. It is larger than any that zk_Db_createNdx and zk_Db_openNdx give out,
+ * and holds until an index file of the table is opened or closed. */
+ZK_API int32_t ZK_CALL zk_Tag_find(int32_t tableId, const char *name);
+
 /* ---- Memory -----------------------------------------------------------------------------------
  */
 

@@ -1,0 +1,303 @@
+#include "engine/IndexBuilder.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "base/Guard.h"
+#include "engine/Table.h"
+#include "platform/System.h"
+
+namespace zk::engine {
+namespace {
+
+using platform::IoStatus;
+
+constexpr char kNewSuffix[] = ".zknew";
+constexpr std::uint32_t kProgressStep = 4096;
+constexpr std::uint8_t kTagOptions = kOptionCompact | kOptionCompound;
+
+// A walk through all records, and back to where the table stood.
+class Scan {
+ public:
+  explicit Scan(Table &table) noexcept
+      : table_(table),
+        before_(table.recordNumber()),
+        wasAtEnd_(table.atEnd()),
+        count_(table.recordCount()) {
+    table_.beginScan();
+  }
+  ~Scan();
+  Scan(const Scan &) = delete;
+  Scan &operator=(const Scan &) = delete;
+
+  std::uint32_t count() const noexcept { return count_; }
+
+ private:
+  Table &table_;
+  const std::uint32_t before_;
+  const bool wasAtEnd_;
+  const std::uint32_t count_;
+};
+
+Scan::~Scan() {
+  table_.endScan();
+  if (!wasAtEnd_) {
+    table_.go(before_);
+  } else if (count_ > 0 && table_.bottom() == kOk) {
+    table_.skip(1);
+  }
+}
+
+// The new file, deleted in the end unless it was put in place.
+class NewFile {
+ public:
+  NewFile() noexcept = default;
+  ~NewFile();
+  NewFile(const NewFile &) = delete;
+  NewFile &operator=(const NewFile &) = delete;
+
+  File &file() noexcept { return file_; }
+  int create(Context &context, const char *path);
+  int putInPlace() noexcept;
+
+ private:
+  File file_;
+  base::String path_;
+  bool begun_ = false;
+};
+
+NewFile::~NewFile() {
+  if (!begun_) return;
+  // Where open files can be removed it is still ours then; once closed, another program may have
+  // begun to write a file of this name.
+  if (platform::hasShareModes()) file_.close();
+  platform::removeFile(file_.path().c_str());
+}
+
+int NewFile::create(Context &context, const char *path) {
+  path_ = platform::finalPath(path);
+  const int status = file_.create(context, (path_ + kNewSuffix).c_str());
+  begun_ = status == kOk;
+  return status;
+}
+
+int NewFile::putInPlace() noexcept {
+  // What is replaced must not be lost with what replaces it.
+  const int status = platform::pathExists(path_.c_str()) ? file_.sync() : kOk;
+  if (status != kOk) return status;
+  // There open files cannot be renamed.
+  if (platform::hasShareModes()) file_.close();
+  if (platform::replaceFile(file_.path().c_str(), path_.c_str()) != IoStatus::kOk) {
+    return file_.context().fail(kErrRenaming, path_.c_str());
+  }
+  begun_ = false;
+  return file_.close();
+}
+
+int putHeader(PageWriter &pages, std::uint32_t place, const IndexHeader &header) noexcept {
+  unsigned char bytes[kIndexHeaderSize];
+  header.build(bytes);  // that the texts fit was checked before
+  return pages.put(place, bytes, sizeof bytes);
+}
+
+}  // namespace
+
+IndexBuilder::IndexBuilder(Table &table, std::size_t budget) noexcept
+    : table_(table), context_(table.context()), budget_(budget) {}
+
+int IndexBuilder::build(const char *path, const TagDefinition *definitions,
+                        std::size_t count) noexcept {
+  if (path == nullptr || path[0] == '\0' || definitions == nullptr || count == 0) {
+    return context_.fail(kErrParameter, path);
+  }
+  const int status = base::guarded(kErrMemory, [&] { return run(path, definitions, count); });
+  if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory, path);
+  byName_.clear();
+  tags_.clear();
+  return status;
+}
+
+int IndexBuilder::run(const char *path, const TagDefinition *definitions, std::size_t count) {
+  tags_.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const int status = compile(definitions[i]);
+    if (status != kOk) return status;
+  }
+  int status = sortNames();
+  if (status != kOk) return status;
+  NewFile file;
+  status = file.create(context_, path);
+  if (status == kOk) status = writeFile(file.file());
+  return status == kOk ? file.putInPlace() : status;
+}
+
+// ---- Definitions
+
+int IndexBuilder::compile(const TagDefinition &definition) {
+  Tag tag;
+  int status = takeName(definition.name, tag);
+  if (status != kOk) return status;
+  const char *source = definition.expression != nullptr ? definition.expression : "";
+  const char *filter = definition.filter != nullptr ? definition.filter : "";
+  if (std::strlen(source) + std::strlen(filter) + 2 > kIndexTextPool) {
+    return context_.fail(kErrParameter, tag.name,
+                         "expression source length > max allowable chars for index");
+  }
+  status = Expression::compile(table_, source, tag.key);
+  if (status == kOk) status = KeyForm::choose(context_, *tag.key, tag.form);
+  if (status == kOk && filter[0] != '\0') status = compileFilter(filter, tag);
+  if (status != kOk) return status;
+  tag.unique = definition.unique;
+  tag.descending = definition.descending;
+  tags_.push_back(std::move(tag));
+  return kOk;
+}
+
+int IndexBuilder::takeName(const char *name, Tag &tag) noexcept {
+  std::size_t length = name != nullptr ? std::strlen(name) : 0;
+  while (length > 0 && name[length - 1] == ' ') --length;
+  if (length == 0) return context_.fail(kErrTagName, name);
+  if (length > kTagNameSize) {
+    return context_.fail(kErrParameter, name, "Tag name should have at most 10 characters");
+  }
+  const unsigned char *upper = platform::upperCaseMap();
+  for (std::size_t i = 0; i < length; ++i) {
+    tag.name[i] = static_cast<char>(upper[static_cast<unsigned char>(name[i])]);
+  }
+  return kOk;
+}
+
+int IndexBuilder::compileFilter(const char *source, Tag &tag) {
+  const int status = Expression::compile(table_, source, tag.filter);
+  if (status != kOk) return status;
+  if (tag.filter->type() != ValueType::kLogical) {
+    return context_.fail(kErrUnexpectedResult, source, "Filter should be Logical");
+  }
+  // As in keys: what a record's bytes do not tell could change without the index.
+  if (tag.filter->usesMemo()) return context_.fail(kErrSubexpressionType, source);
+  return tag.filter->usesOtherTable() ? context_.fail(kErrAlias, source) : kOk;
+}
+
+int IndexBuilder::sortNames() {
+  for (const Tag &tag : tags_) byName_.push_back(&tag);
+  std::sort(byName_.begin(), byName_.end(),
+            [](const Tag *a, const Tag *b) { return std::strcmp(a->name, b->name) < 0; });
+  for (std::size_t i = 1; i < byName_.size(); ++i) {
+    if (std::strcmp(byName_[i - 1]->name, byName_[i]->name) == 0) {
+      return context_.fail(kErrParameter, byName_[i]->name, "Tag name is used twice");
+    }
+  }
+  return kOk;
+}
+
+// ---- The file
+
+int IndexBuilder::writeFile(File &file) {
+  PageWriter pages(file);
+  WorkFile workFile(context_);
+  const std::uint32_t header = pages.allocate(kIndexHeaderSize);
+  const std::uint32_t firstPage = pages.allocate();
+  for (Tag &tag : tags_) {
+    const int status = writeTag(pages, workFile, tag);
+    if (status != kOk) return status;
+  }
+  const int status = writeDirectory(pages, header, firstPage);
+  return status == kOk ? pages.finish() : status;
+}
+
+int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
+  const KeyLayout &layout = tag.form.layout();
+  KeySorter sorter(workFile, layout.length, budget_);
+  int status = collect(tag, sorter);
+  if (status == kOk) status = sorter.sort();
+  if (status != kOk) return status;
+
+  tag.place = pages.allocate(kIndexHeaderSize);
+  TreeWriter tree(pages, layout, sorter.largestRecord(), pages.allocate());
+  status = writeKeys(tag, sorter, tree);
+  IndexHeader header;
+  if (status == kOk) status = tree.finish(header.root);
+  if (status != kOk) return status;
+  header.freePage = 0;
+  header.keyLength = static_cast<std::uint16_t>(layout.length);
+  header.options = kTagOptions;
+  if (tag.unique) header.options |= kOptionUnique;
+  header.descending = tag.descending;
+  header.expression = tag.key->source();
+  if (tag.filter != nullptr) {
+    header.options |= kOptionFilter;
+    header.filter = tag.filter->source();
+  }
+  return putHeader(pages, tag.place, header);
+}
+
+int IndexBuilder::collect(Tag &tag, KeySorter &sorter) {
+  const Scan scan(table_);
+  sorter.begin(scan.count());
+  tag.key->beginRun();
+  if (tag.filter != nullptr) tag.filter->beginRun();
+  // By number: the table's own order may be that of a tag.
+  for (std::uint32_t record = 1; record <= scan.count(); ++record) {
+    int status = table_.go(record);
+    if (status == kOk) status = collectRecord(tag, sorter);
+    if (status != kOk) return status;
+    if (record % kProgressStep == 0 || record == scan.count()) {
+      context_.reportProgress("Sorting", record, scan.count());
+    }
+  }
+  return kOk;
+}
+
+int IndexBuilder::collectRecord(Tag &tag, KeySorter &sorter) {
+  if (tag.filter != nullptr) {
+    bool holds = false;
+    const int status = tag.filter->evaluateCondition(holds);
+    if (status != kOk || !holds) return status;
+  }
+  Value value;
+  const int status = tag.key->evaluate(value);
+  if (status != kOk) return status;
+  unsigned char key[kLongestKey];
+  tag.form.put(value, key);
+  return sorter.add(key, table_.recordNumber());
+}
+
+int IndexBuilder::writeKeys(const Tag &tag, KeySorter &sorter, TreeWriter &tree) {
+  const auto total = static_cast<std::int64_t>(sorter.count());
+  const std::size_t length = tag.form.layout().length;
+  for (std::int64_t done = 0;; ++done) {
+    if (done % kProgressStep == 0 || done == total) {
+      context_.reportProgress("Creating Tag", done, total);
+    }
+    const unsigned char *key = nullptr;
+    std::uint32_t record = 0;
+    int status = sorter.next(key, record);
+    if (status == kEndOfFile) return kOk;
+    if (status == kOk && tag.unique && done > 0 && std::memcmp(tree.lastKey(), key, length) == 0) {
+      status = context_.fail(kErrUnique, tag.name);
+    }
+    if (status == kOk) status = tree.add(key, record);
+    if (status != kOk) return status;
+  }
+}
+
+int IndexBuilder::writeDirectory(PageWriter &pages, std::uint32_t header, std::uint32_t firstPage) {
+  TreeWriter tree(pages, {kTagNameSize, ' '}, tags_.back().place, firstPage);
+  for (const Tag *tag : byName_) {
+    unsigned char key[kTagNameSize];
+    std::memset(key, ' ', sizeof key);
+    std::memcpy(key, tag->name, std::strlen(tag->name));
+    const int status = tree.add(key, tag->place);
+    if (status != kOk) return status;
+  }
+  IndexHeader directory;
+  const int status = tree.finish(directory.root);
+  if (status != kOk) return status;
+  directory.freePage = 0;
+  directory.keyLength = kTagNameSize;
+  directory.options = kTagOptions | kOptionDirectory;
+  return putHeader(pages, header, directory);
+}
+
+}  // namespace zk::engine

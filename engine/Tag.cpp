@@ -1,0 +1,329 @@
+#include "engine/Tag.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "engine/Index.h"
+#include "engine/Table.h"
+
+namespace zk::engine {
+namespace {
+
+constexpr int kDepthLimit = 64;
+// How often a walk begins again because of other programs' changes before it counts as locked.
+constexpr int kRetries = 1000;
+
+}  // namespace
+
+bool Tag::Bound::isBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept {
+  int order = std::memcmp(other, key, length);
+  if (order == 0 && record != 0 && otherRecord != record) order = otherRecord < record ? -1 : 1;
+  return order < 0 || (order == 0 && behindEquals);
+}
+
+int Tag::open(std::string_view name, std::uint32_t offset, std::uint64_t fileLength) {
+  const std::size_t length = std::min<std::size_t>(name.size(), kTagNameSize);
+  const unsigned char *upper = platform::upperCaseMap();
+  for (std::size_t i = 0; i < length; ++i) {
+    name_[i] = static_cast<char>(upper[static_cast<unsigned char>(name[i])]);
+  }
+  offset_ = offset;
+  int status = header_.read(index_.file(), offset, fileLength);
+  if (status != kOk) return status;
+  layout_.length = header_.keyLength;
+  layout_.fill = 0;
+
+  problem_ = compileExpressions();
+  if (problem_ == kOk) layout_ = form_.layout();
+  table_.context().clearError();  // what cannot be evaluated is that tag's problem
+  return kOk;
+}
+
+int Tag::compileExpressions() {
+  if (header_.foreignCollation) return kErrIndex;
+  int status = Expression::compile(table_, header_.expression, expression_);
+  if (status != kOk) return status;
+  if (!KeyForm::match(*expression_, header_.keyLength, form_)) return kErrSubexpressionType;
+  if (header_.filter.empty()) return kOk;
+  status = Expression::compile(table_, header_.filter, filter_);
+  return status == kOk ? filter_->requireLogical() : status;
+}
+
+SeekKey Tag::keyOf(std::string_view text) const noexcept {
+  SeekKey key;
+  if (problem_ == kOk) key.sought = form_.putSought(text, key.bytes, key.length);
+  return key;
+}
+
+SeekKey Tag::keyOf(double number) const noexcept {
+  SeekKey key;
+  if (problem_ == kOk) key.sought = form_.putSought(number, key.bytes, key.length);
+  return key;
+}
+
+// ---- The pages of one moment
+
+template <typename Step>
+int Tag::consistently(Step step) noexcept {
+  for (int i = 0; i < kRetries; ++i) {
+    int status = index_.refresh();
+    if (status != kOk) return status;
+    const std::uint64_t version = index_.version();
+    if (leafPage_ != kNoPage && version_ != version) status = recover();
+    if (status == kOk) status = step();
+    const int seen = index_.refresh();
+    if (seen != kOk) return seen;
+    if (index_.version() == version) return status;
+    table_.context().clearError();  // of pages that did not belong together
+  }
+  return kLocked;
+}
+
+// The leaf is read anew at the entry that the last call gave, or where it was.
+int Tag::recover() noexcept {
+  leafPage_ = kNoPage;
+  leaf_.clear();
+  at_ = 0;
+  if (atRecord_ == 0) return kOk;
+  const int status = toBound({atKey_, layout_.length, atRecord_, false});
+  if (status != kOk && status != kEndOfFile) return status;
+  displaced_ = atEnd() || leaf_.record(at_) != atRecord_ ||
+               std::memcmp(leaf_.key(at_), atKey_, layout_.length) != 0;
+  return kOk;
+}
+
+int Tag::report(int status, std::uint32_t &record) noexcept {
+  atRecord_ = 0;
+  record = 0;
+  if (status == kOk || status == kNextGreater || status == kBeginningOfFile) {
+    if (!atEnd()) {
+      atRecord_ = record = leaf_.record(at_);
+      std::memcpy(atKey_, leaf_.key(at_), layout_.length);
+    }
+  }
+  return status;
+}
+
+// ---- Pages
+
+int Tag::readLeaf(std::uint32_t offset) noexcept {
+  IndexPage page;
+  const int status = index_.readPage(offset, page);
+  if (status != kOk) return status;
+  switch (leaf_.read(page, layout_)) {
+    case LeafKeys::Result::kDone:
+      break;
+    case LeafKeys::Result::kDamaged:
+      leafPage_ = kNoPage;
+      return index_.damaged();
+    case LeafKeys::Result::kNoMemory:
+      leafPage_ = kNoPage;
+      return table_.context().fail(kErrMemory);
+  }
+  displaced_ = false;
+  leafPage_ = offset;
+  leafLeft_ = page.left();
+  leafRight_ = page.right();
+  version_ = index_.version();
+  return kOk;
+}
+
+// From the root to a leaf, by the child that `choose` picks of each interior page.
+template <typename Choose>
+int Tag::descend(Choose choose) noexcept {
+  std::uint32_t offset = header_.root;
+  if (index_.file().othersMayWrite()) {
+    // A tree that grew has another root.
+    unsigned char root[4];
+    const int status = index_.file().read(offset_, root, sizeof root);
+    if (status != kOk) return status;
+    offset = readLittle32(root);
+  }
+  for (int depth = 0; depth < kDepthLimit; ++depth) {
+    IndexPage page;
+    const int status = index_.readPage(offset, page);
+    if (status != kOk) return status;
+    if (page.isLeaf()) return readLeaf(offset);
+    InteriorEntries entries;
+    if (!entries.open(page, layout_)) return index_.damaged();
+    offset = entries.child(choose(entries));
+  }
+  return index_.damaged();
+}
+
+// To the next leaf with keys on that side; kEndOfFile when there is none. The keys must go on where
+// the leaf before ended, so that pages that go in a circle are noticed.
+int Tag::moveToSibling(std::uint32_t sibling, bool right) noexcept {
+  unsigned char edge[kLongestKey];
+  std::uint32_t edgeRecord = 0;
+  const bool compare = leaf_.count() > 0;
+  if (compare) {
+    const std::uint32_t i = right ? leaf_.count() - 1 : 0;
+    std::memcpy(edge, leaf_.key(i), layout_.length);
+    edgeRecord = leaf_.record(i);
+  }
+  for (std::uint32_t pages = 0; pages <= index_.pageLimit(); ++pages) {
+    if (sibling == kNoPage) return kEndOfFile;
+    const int status = readLeaf(sibling);
+    if (status != kOk) return status;
+    if (leaf_.count() > 0) {
+      const std::uint32_t i = right ? 0 : leaf_.count() - 1;
+      const int order =
+          compare ? compareKeys(leaf_.key(i), leaf_.record(i), edge, edgeRecord, layout_.length)
+                  : 0;
+      if (compare && (right ? order <= 0 : order >= 0)) return index_.damaged();
+      at_ = i;
+      return kOk;
+    }
+    sibling = right ? leafRight_ : leafLeft_;
+  }
+  return index_.damaged();
+}
+
+// ---- Steps through the file, upward and downward
+
+int Tag::toLowest() noexcept {
+  const int status = descend([](const InteriorEntries &) { return 0u; });
+  if (status != kOk) return status;
+  at_ = 0;
+  return atEnd() ? moveToSibling(leafRight_, true) : kOk;
+}
+
+int Tag::toHighest() noexcept {
+  const int status = descend([](const InteriorEntries &entries) { return entries.count() - 1; });
+  if (status != kOk) return status;
+  if (leaf_.count() == 0) return moveToSibling(leafLeft_, false);
+  at_ = leaf_.count() - 1;
+  return kOk;
+}
+
+// To the first entry that is not before the bound; kEndOfFile, positioned behind the last entry,
+// when there is none.
+int Tag::toBound(const Bound &bound) noexcept {
+  const int status = descend([&bound](const InteriorEntries &entries) {
+    std::uint32_t low = 0;
+    std::uint32_t high = entries.count() - 1;
+    while (low < high) {
+      const std::uint32_t middle = (low + high) / 2;
+      if (bound.isBehind(entries.key(middle), entries.record(middle))) {
+        low = middle + 1;
+      } else {
+        high = middle;
+      }
+    }
+    return low;
+  });
+  if (status != kOk) return status;
+  std::uint32_t low = 0;
+  std::uint32_t high = leaf_.count();
+  while (low < high) {
+    const std::uint32_t middle = (low + high) / 2;
+    if (bound.isBehind(leaf_.key(middle), leaf_.record(middle))) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  at_ = low;
+  if (!atEnd()) return kOk;
+  if (leafRight_ == kNoPage) return kEndOfFile;
+  return moveToSibling(leafRight_, true);
+}
+
+int Tag::up() noexcept {
+  if (leafPage_ == kNoPage) return toLowest();
+  const bool alreadyBehind = displaced_;
+  displaced_ = false;
+  if (!atEnd() && !alreadyBehind) ++at_;
+  if (!atEnd()) return kOk;
+  return leafRight_ == kNoPage ? kEndOfFile : moveToSibling(leafRight_, true);
+}
+
+int Tag::down() noexcept {
+  if (leafPage_ == kNoPage) return toHighest();
+  displaced_ = false;
+  if (at_ > 0) {
+    --at_;
+    return kOk;
+  }
+  return moveToSibling(leafLeft_, false);
+}
+
+// ---- In the tag's direction
+
+int Tag::first(std::uint32_t &record) noexcept {
+  const int status = consistently([this] { return header_.descending ? toHighest() : toLowest(); });
+  return report(status, record);
+}
+
+int Tag::last(std::uint32_t &record) noexcept {
+  const int status = consistently([this] { return header_.descending ? toLowest() : toHighest(); });
+  return report(status, record);
+}
+
+int Tag::next(std::uint32_t &record) noexcept {
+  const int status = consistently([this] { return header_.descending ? down() : up(); });
+  return report(status, record);
+}
+
+int Tag::previous(std::uint32_t &record) noexcept {
+  int status = consistently([this] { return header_.descending ? up() : down(); });
+  if (status == kEndOfFile) {
+    status = first(record);
+    return status == kOk ? kBeginningOfFile : status;
+  }
+  return report(status, record);
+}
+
+int Tag::seekUp(const SeekKey &key) noexcept {
+  const int status = toBound({key.bytes, key.length, 0, key.sought == SoughtKey::kBehind});
+  return status == kOk ? compareHere(key) : status;
+}
+
+// Descending: what the walk meets first is the last entry that is not behind the key.
+int Tag::seekDown(const SeekKey &key) noexcept {
+  int status = toBound({key.bytes, key.length, 0, key.sought != SoughtKey::kBefore});
+  if (status == kEndOfFile) {
+    status = toHighest();
+  } else if (status == kOk) {
+    status = down();
+  }
+  return status == kOk ? compareHere(key) : status;
+}
+
+int Tag::compareHere(const SeekKey &key) const noexcept {
+  const bool equal =
+      key.sought == SoughtKey::kEqual && std::memcmp(leaf_.key(at_), key.bytes, key.length) == 0;
+  return equal ? kOk : kNextGreater;
+}
+
+int Tag::seek(const SeekKey &key, std::uint32_t &record) noexcept {
+  const int status =
+      consistently([this, &key] { return header_.descending ? seekDown(key) : seekUp(key); });
+  return report(status, record);
+}
+
+int Tag::seekCurrentRecord(std::uint32_t &record) noexcept {
+  Value value;
+  int status = problem_ == kOk ? expression_->evaluate(value) : problem_;
+  if (status != kOk) return table_.context().fail(status, index_.path().c_str());
+  unsigned char key[kLongestKey];
+  form_.put(value, key);
+  const std::uint32_t number = table_.recordNumber();
+  status = consistently([this, &key, number] {
+    int found = toBound({key, layout_.length, number, false});
+    if (found == kOk && leaf_.record(at_) == number &&
+        std::memcmp(leaf_.key(at_), key, layout_.length) == 0) {
+      return kOk;
+    }
+    if (found == kEndOfFile && header_.descending) {
+      found = toHighest();
+    } else if (found == kOk && header_.descending) {
+      found = down();
+    }
+    return found == kOk ? kNextGreater : found;
+  });
+  return report(status, record);
+}
+
+}  // namespace zk::engine

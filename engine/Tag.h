@@ -1,0 +1,127 @@
+// One tag of an open index file: its order of the table's records.
+//
+// A tag has a position: an entry, or the end behind the last one. "Forward" is the tag's own
+// direction: of a descending tag, which is stored ascending, backward through the file.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/Memory.h"
+#include "engine/Expression.h"
+#include "engine/IndexHeader.h"
+#include "engine/IndexPage.h"
+#include "engine/KeyForm.h"
+
+namespace zk::engine {
+
+class IndexFile;
+class Table;
+
+// What a seek looks for: a key, the beginning of one, or a place between keys.
+struct SeekKey {
+  unsigned char bytes[kLongestKey];
+  std::size_t length = 0;
+  SoughtKey sought = SoughtKey::kNone;
+};
+
+class Tag {
+ public:
+  // Use IndexFile::open; this is for its machinery.
+  Tag(IndexFile &index, Table &table) noexcept : index_(index), table_(table) {}
+  Tag(const Tag &) = delete;
+  Tag &operator=(const Tag &) = delete;
+
+  // Reads the header at `offset` and compiles the expressions. A tag whose expression the engine
+  // cannot evaluate opens all the same: it can be walked, not sought in. Throws std::bad_alloc.
+  int open(std::string_view name, std::uint32_t offset, std::uint64_t fileLength);
+
+  const char *name() const noexcept { return name_; }
+  const IndexHeader &header() const noexcept { return header_; }
+  IndexFile &index() const noexcept { return index_; }
+  // 0, or why the engine cannot evaluate the tag's keys.
+  int problem() const noexcept { return problem_; }
+
+  // Each gives the record at the new position; kEndOfFile past the last, kBeginningOfFile before
+  // the first (the position stays on the first then), or an error. The last two are for a position
+  // on an entry (isAt); from the end, go to the last.
+  int first(std::uint32_t &record) noexcept;
+  int last(std::uint32_t &record) noexcept;
+  int next(std::uint32_t &record) noexcept;
+  int previous(std::uint32_t &record) noexcept;
+
+  // Goes to the first entry, in the tag's direction, that begins with the key (kOk), else to the
+  // next one behind where it would be (kNextGreater), else to the end (kEndOfFile).
+  int seek(const SeekKey &key, std::uint32_t &record) noexcept;
+
+  // Goes to the entry of the table's current record; kNextGreater when it has none, positioned on
+  // what follows its place.
+  int seekCurrentRecord(std::uint32_t &record) noexcept;
+  // Whether the position is that record's entry, as the last call left it.
+  bool isAt(std::uint32_t record) const noexcept { return atRecord_ == record; }
+
+  // The conversion of a seek argument to this tag's keys: a text (at most the key's length of it
+  // counts), or a number.
+  SeekKey keyOf(std::string_view text) const noexcept;
+  SeekKey keyOf(double number) const noexcept;
+
+ private:
+  // A place between entries: behind all that sort before the key, or (`behindEquals`) behind those
+  // that begin with it as well.
+  struct Bound {
+    const unsigned char *key;
+    std::size_t length;
+    std::uint32_t record;  // counts as part of a whole key when it is not 0
+    bool behindEquals;
+
+    // Whether an entry lies before the place.
+    bool isBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept;
+  };
+
+  // Runs `step` on pages that belong together: again when a writer changed the index meanwhile.
+  template <typename Step>
+  int consistently(Step step) noexcept;
+  int recover() noexcept;
+
+  int compileExpressions();
+  int compareHere(const SeekKey &key) const noexcept;
+  int toLowest() noexcept;
+  int toHighest() noexcept;
+  int toBound(const Bound &bound) noexcept;
+  int up() noexcept;
+  int down() noexcept;
+  int seekUp(const SeekKey &key) noexcept;
+  int seekDown(const SeekKey &key) noexcept;
+
+  template <typename Choose>
+  int descend(Choose choose) noexcept;
+  int readLeaf(std::uint32_t page) noexcept;
+  int moveToSibling(std::uint32_t page, bool right) noexcept;
+  int report(int status, std::uint32_t &record) noexcept;
+  bool atEnd() const noexcept { return at_ >= leaf_.count(); }
+
+  IndexFile &index_;
+  Table &table_;
+  char name_[kTagNameSize + 1] = "";
+  std::uint32_t offset_ = 0;
+  IndexHeader header_;
+  KeyLayout layout_;
+  KeyForm form_;
+  base::Owned<Expression> expression_;
+  base::Owned<Expression> filter_;
+  int problem_ = 0;
+
+  // The position: an entry of a leaf; the leaf's count is the end of the tag.
+  LeafKeys leaf_;
+  std::uint32_t leafPage_ = kNoPage;
+  std::uint32_t leafLeft_ = kNoPage;
+  std::uint32_t leafRight_ = kNoPage;
+  std::uint32_t at_ = 0;
+  std::uint64_t version_ = 0;  // of the index when the leaf was read
+  bool displaced_ = false;     // on what followed the entry, which is gone
+  // The entry that the last call gave, to find the place again after a change; 0 none.
+  std::uint32_t atRecord_ = 0;
+  unsigned char atKey_[kLongestKey];
+};
+
+}  // namespace zk::engine
