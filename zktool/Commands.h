@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Output.h"
@@ -10,9 +11,18 @@ namespace zk::tool {
 
 struct CatOptions {
   std::string table;
-  std::string format = "table";  // or "csv", "json"
-  std::int64_t limit = -1;       // records to print; -1: all
-  bool deleted = false;          // also the records marked as deleted
+  std::string format = "table";      // or "csv", "json"
+  std::int64_t limit = -1;           // records to print; -1: all
+  bool deleted = false;              // also the records marked as deleted
+  std::optional<std::string> order;  // a tag; record order without one
+  std::optional<std::string> index;  // the index file to open for it
+};
+
+struct SeekOptions {
+  std::string table;
+  std::string key;
+  std::optional<std::string> index;
+  std::optional<std::string> tag;
 };
 
 struct ImportOptions {
@@ -34,6 +44,7 @@ class UsageError : public std::exception {
 
 void runInfo(const std::string &table, Output &out);
 void runCat(const CatOptions &options, Output &out);
+void runSeek(const SeekOptions &options, Output &out);
 void runImport(const ImportOptions &options, Output &out);
 void runPack(const std::string &table, Output &out);
 

@@ -4,6 +4,7 @@
 #include "CodePage.h"
 #include "Commands.h"
 #include "Table.h"
+#include "Text.h"
 
 namespace zk::tool {
 namespace {
@@ -77,6 +78,57 @@ void printField(Output &out, const std::string &name, const std::string &type,
             rightAligned(decimals, 10) + "\n");
 }
 
+std::string flagsOf(const Tag &tag) {
+  if (tag.unique && tag.descending) return "unique, descending";
+  return tag.unique ? "unique" : tag.descending ? "descending" : "";
+}
+
+struct TagLine {
+  std::string name, length, flags, expression, filter;
+};
+
+// Expressions may hold any bytes.
+TagLine lineOf(const Tag &tag, const CodePage &page) {
+  const auto shown = [&page](const std::string &text) { return escapeControls(page.toUtf8(text)); };
+  return {shown(tag.name), std::to_string(tag.keyLength), flagsOf(tag), shown(tag.expression),
+          shown(tag.filter)};
+}
+
+void printTagLine(Output &out, const TagLine &tag, std::size_t flagsWidth,
+                  std::size_t expressionWidth) {
+  std::string line = padded(tag.name, 10) + rightAligned(tag.length, 12) + "  " +
+                     padded(tag.flags, flagsWidth) + "  " + tag.expression;
+  if (!tag.filter.empty()) {
+    line += std::string(expressionWidth - characters(tag.expression) + 2, ' ') + tag.filter;
+  }
+  out.write(line + "\n");
+}
+
+void printTags(const std::vector<Tag> &tags, const CodePage &page, Output &out) {
+  TagLine heading = {"tag", "key length", "flags", "expression", ""};
+  std::size_t flagsWidth = heading.flags.size();
+  std::size_t expressionWidth = heading.expression.size();
+  for (const Tag &tag : tags) {
+    const TagLine line = lineOf(tag, page);
+    flagsWidth = std::max(flagsWidth, line.flags.size());
+    expressionWidth = std::max(expressionWidth, characters(line.expression));
+    if (!line.filter.empty()) heading.filter = "filter";
+  }
+  std::string file;
+  for (const Tag &tag : tags) {
+    if (tag.file != file) {
+      file = tag.file;
+      out.write("\n");
+      printFact(out, "index", file);
+      printTagLine(out, heading, flagsWidth, expressionWidth);
+    }
+    printTagLine(out, lineOf(tag, page), flagsWidth, expressionWidth);
+    if (tag.problem != 0) {
+      out.write("  no seeks, as its keys cannot be evaluated: " + codeText(tag.problem) + "\n");
+    }
+  }
+}
+
 }  // namespace
 
 void runInfo(const std::string &name, Output &out) {
@@ -91,6 +143,7 @@ void runInfo(const std::string &name, Output &out) {
     printField(out, page.toUtf8(field.name), std::string(1, field.type),
                std::to_string(field.width), std::to_string(field.decimals), nameWidth);
   }
+  printTags(table.tags(), page, out);
   out.flush();
 }
 

@@ -1,4 +1,4 @@
-// How `cat` writes records: one class per format.
+// How records are written: one class per format.
 #pragma once
 
 #include <memory>
@@ -10,8 +10,6 @@
 #include "Table.h"
 
 namespace zk::tool {
-
-using Values = std::vector<std::string>;  // field texts as stored, blanks and all
 
 class RecordWriter {
  public:
@@ -32,8 +30,8 @@ std::unique_ptr<RecordWriter> makeJsonWriter(Output &out, const std::vector<Fiel
 std::unique_ptr<RecordWriter> makeTextWriter(Output &out, const std::vector<Field> &fields,
                                              const CodePage &page, bool marks);
 
-// The part of a field's text that a reader wants: memos whole, numbers without any blanks, all else
-// without trailing ones.
-std::string_view readable(const Field &field, std::string_view text);
+// One record, a line for each field, UTF-8.
+void writeVertically(Output &out, const std::vector<Field> &fields, const CodePage &page,
+                     const Values &values);
 
 }  // namespace zk::tool

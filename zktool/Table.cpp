@@ -1,11 +1,13 @@
 #include "Table.h"
 
 #include <algorithm>
-#include <string_view>
+
+#include "Text.h"
 
 namespace zk::tool {
 namespace {
 
+constexpr int kNextGreater = 2;
 constexpr int kEndOfFile = 3;
 constexpr int kLocked = 50;
 
@@ -42,13 +44,22 @@ void Field::setKind(bool newer) {
   fixedText = std::string_view("CNFDL").find(type) != std::string_view::npos;
 }
 
+std::string_view readable(const Field &field, std::string_view text) {
+  if (field.kind == Kind::kMemo) return text;
+  return field.kind == Kind::kNumber ? withoutBlanks(text) : withoutTrailingBlanks(text);
+}
+
+std::string codeText(int code) {
+  std::string text = zk_DbError_codeText(code);
+  if (code == kLocked) text = "In use by another program";
+  if (text.empty()) text = "Failed";
+  return text + " (" + std::to_string(code) + ")";
+}
+
 std::string errorText(int status) {
   const int32_t code = zk_DbError_code();
   if (code != 0) return std::string(zk_DbError_text()) + " (" + std::to_string(code) + ")";
-  std::string text = zk_DbError_codeText(status);
-  if (status == kLocked) text = "In use by another program";
-  if (text.empty()) text = "Failed";
-  return text + " (" + std::to_string(status) + ")";
+  return codeText(status);
 }
 
 Failure libraryFailure(const std::string &table, int status) {
@@ -97,9 +108,49 @@ bool Table::arrived(int status) const {
   return status == 0;
 }
 
-bool Table::top() { return arrived(zk_Db_topRec(id_, -1)); }
+bool Table::top() { return arrived(zk_Db_topRec(id_, order_)); }
 
-bool Table::next() { return arrived(zk_Db_nextRec(id_, -1)); }
+bool Table::next() { return arrived(zk_Db_nextRec(id_, order_)); }
+
+Table::Found Table::seek(const std::string &key) {
+  const int status = zk_Db_seekStr(key.c_str(), id_, order_);
+  if (status == kNextGreater) return Found::kNextKey;
+  return arrived(status) ? Found::kKey : Found::kNothing;
+}
+
+std::vector<Tag> Table::tags() const {
+  std::vector<Tag> tags;
+  ZkTagFacts facts;
+  for (int32_t number = 1; zk_Tag_getInfo(id_, number, &facts) != 0; ++number) {
+    tags.push_back({facts.name, facts.expression, facts.filter, facts.fileName, facts.keyLength,
+                    facts.unique != 0, facts.descending != 0, facts.problem, facts.tagNumber});
+  }
+  return tags;
+}
+
+void Table::openIndex(const std::string &file) {
+  const int32_t before = zk_Tag_count(id_);
+  const int32_t tagId = zk_Db_openNdx(id_, file.c_str());
+  if (tagId < 0) throw libraryFailure(name_, tagId);
+  // The production index may be named as well: then no tag is new.
+  if (zk_Tag_count(id_) > before) newestIndexAt_ = static_cast<std::size_t>(before);
+}
+
+Tag Table::useTag(const std::optional<std::string> &name) {
+  const std::vector<Tag> all = tags();
+  const auto find = [&all](auto from, const std::string &wanted) {
+    return std::find_if(from, all.end(), [&](const Tag &tag) { return tag.name == wanted; });
+  };
+  const auto newest = all.begin() + static_cast<std::ptrdiff_t>(newestIndexAt_);
+  auto chosen = newest;
+  if (name) {
+    chosen = find(newest, upperCase(*name));
+    if (chosen == all.end()) chosen = find(all.begin(), upperCase(*name));
+  }
+  if (chosen == all.end()) throw Failure(name_ + ": no tag" + (name ? " " + *name : ""));
+  order_ = chosen->number;
+  return *chosen;
+}
 
 bool Table::read(const Field &field, std::string &text) const {
   text.clear();

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zk_baselib.h"
@@ -17,7 +19,10 @@ class Failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// "Opening File (-60)": the library's last error; `status` tells where it has none (50: locked).
+// "Opening File (-60)" for -60.
+std::string codeText(int code);
+
+// The same of the library's last error; `status` tells where it has none (50: locked).
 std::string errorText(int status);
 
 // "FILE: Opening File (-60)", with the file that the error names, else the table.
@@ -39,6 +44,24 @@ struct Field {
   void setKind(bool newer);
 };
 
+// The part of a field's text that a reader wants: memos whole, numbers without any blanks, all else
+// without trailing ones.
+std::string_view readable(const Field &field, std::string_view text);
+
+using Values = std::vector<std::string>;  // field texts as stored, blanks and all
+
+struct Tag {
+  std::string name;
+  std::string expression;
+  std::string filter;  // "" without one
+  std::string file;    // of the index
+  int keyLength = 0;
+  bool unique = false;
+  bool descending = false;
+  int problem = 0;      // 0, or why the engine cannot evaluate the keys
+  int32_t number = -1;  // for positioning
+};
+
 class Table {
  public:
   Table(std::string name, int mode);
@@ -54,10 +77,24 @@ class Table {
   // Throws when the table refuses changes.
   void requireWritable() const;
 
-  // Move in record order; false behind the last record.
+  // Of the open index files: the production index first.
+  std::vector<Tag> tags() const;
+
+  // Opens a further index file.
+  void openIndex(const std::string &file);
+
+  // Chooses a tag as the order of the moves from now on, and for seeks: by name, first among those
+  // of the index file that was opened last; without a name the first of that file.
+  Tag useTag(const std::optional<std::string> &name);
+
+  // Move in the order chosen, at first record order; false behind the last record.
   bool top();
   bool next();
   bool deleted() const { return zk_Db_deleted(id_) != 0; }
+
+  enum class Found { kKey, kNextKey, kNothing };
+  // Seeks in the chosen tag.
+  Found seek(const std::string &key);
 
   // The field's text in the current record, blanks and all; false (and empty) when it is a memo
   // that cannot be read.
@@ -74,6 +111,8 @@ class Table {
   int32_t id_;
   ZkDbInfo info_{};
   std::vector<Field> fields_;
+  int32_t order_ = -1;             // the tag number for the moves; -1: record order
+  std::size_t newestIndexAt_ = 0;  // the place of its first tag among all
 };
 
 }  // namespace zk::tool

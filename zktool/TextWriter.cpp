@@ -16,12 +16,6 @@ constexpr std::size_t kTerminalCell = 60;  // characters; longer values are cut 
 
 using Lines = std::vector<std::string>;  // a cell; memos may have several
 
-std::size_t characters(std::string_view utf8) {
-  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-  }));
-}
-
 std::string firstCharacters(const std::string &utf8, std::size_t count) {
   std::size_t end = 0;
   for (std::size_t seen = 0; end < utf8.size(); ++end) {
@@ -98,14 +92,8 @@ class TextWriter : public RecordWriter {
   Lines cell(std::string_view text) const {
     if (terminal_) return {shown(text)};
     Lines lines;
-    while (true) {
-      const std::size_t end = text.find('\n');
-      std::string_view line = text.substr(0, end);
-      if (end != std::string_view::npos && line.ends_with('\r')) line.remove_suffix(1);
-      lines.push_back(shown(line));
-      if (end == std::string_view::npos) return lines;
-      text.remove_prefix(end + 1);
-    }
+    for (const std::string_view line : linesOf(text)) lines.push_back(shown(line));
+    return lines;
   }
 
   void widenToFields() {

@@ -1,4 +1,4 @@
-// zktool: looks into, imports and packs dBASE and FoxPro tables.
+// zktool: looks into, seeks in, imports and packs dBASE and FoxPro tables.
 // Exit status: 0 success (also when the reader of the output has gone), 1 failure with one line on
 // standard error, 2 wrong usage.
 #include <CLI/CLI.hpp>
@@ -11,18 +11,22 @@ namespace {
 
 using zk::tool::CatOptions;
 using zk::tool::ImportOptions;
+using zk::tool::SeekOptions;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+constexpr const char *kIndexHelp =
+    "Open that index file first (default extension CDX); only for tables that are read-only";
 
 struct Options {
   std::string table;  // of info and pack
   CatOptions cat;
+  SeekOptions seek;
   ImportOptions import;
 };
 
 void addInfo(CLI::App &app, Options &options) {
-  CLI::App *info = app.add_subcommand("info", "Show what a table is: version, size, fields");
+  CLI::App *info = app.add_subcommand("info", "Show what a table is: version, size, fields, tags");
   info->add_option("TABLE", options.table, "The table (default extension DBF)")->required();
   info->footer("Example:\n  zktool info piping.dbf");
 }
@@ -40,10 +44,33 @@ void addCat(CLI::App &app, Options &options) {
       ->check(CLI::NonNegativeNumber)
       ->type_name("N");
   cat->add_flag("--deleted", options.cat.deleted, "Write the records marked as deleted as well");
+  CLI::Option *order =
+      cat->add_option("--order", options.cat.order, "Write the records in the order of that tag");
+  order->type_name("TAG");
+  cat->add_option("--index", options.cat.index, kIndexHelp)->type_name("FILE")->needs(order);
   cat->footer(
       "Examples:\n  zktool cat piping.dbf --limit 20\n"
       "  zktool cat piping.dbf --format csv > piping.csv\n"
-      "  zktool cat piping --format json | jq '.[].TAG'");
+      "  zktool cat piping --format json | jq '.[].TAG'\n"
+      "  zktool cat piping.dbf --order TAG_NO --index by_tag.cdx");
+}
+
+void addSeek(CLI::App &app, Options &options) {
+  CLI::App *seek = app.add_subcommand("seek", "Show the record that a key finds in a tag");
+  seek->add_option("TABLE", options.seek.table, "The table (default extension DBF)")->required();
+  seek->add_option("KEY", options.seek.key,
+                   "The key, or what it begins with; a number or a date (CCYYMMDD) in tags of such")
+      ->required();
+  seek->add_option("--tag", options.seek.tag, "The tag to seek in (default: the first)")
+      ->type_name("NAME");
+  seek->add_option("--index", options.seek.index, kIndexHelp)->type_name("FILE");
+  seek->footer(
+      "Without such a key the record with the next greater one is shown, and standard error says\n"
+      "so. When there is none either, the exit status is 1.\n\n"
+      "Examples:\n  zktool seek piping.dbf P-1001\n"
+      "  zktool seek piping.dbf 20240131 --tag DUE\n"
+      "  zktool seek piping.dbf -12.5 --index by_len.idx\n"
+      "  zktool seek piping.dbf -- -A7");
 }
 
 void addImport(CLI::App &app, Options &options) {
@@ -77,6 +104,8 @@ void run(const CLI::App &app, const Options &options, zk::tool::Output &out) {
     zk::tool::runInfo(options.table, out);
   } else if (app.got_subcommand("cat")) {
     zk::tool::runCat(options.cat, out);
+  } else if (app.got_subcommand("seek")) {
+    zk::tool::runSeek(options.seek, out);
   } else if (app.got_subcommand("import")) {
     zk::tool::runImport(options.import, out);
   } else {
@@ -98,7 +127,7 @@ int main(int argc, char **argv) {
   zk::tool::Output out;
   try {
     Options options;
-    CLI::App app("Looks into, imports and packs dBASE and FoxPro tables.", "zktool");
+    CLI::App app("Looks into, seeks in, imports and packs dBASE and FoxPro tables.", "zktool");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", std::string("zktool ") + zk_Lib_version());
     app.require_subcommand(1);
@@ -107,6 +136,7 @@ int main(int argc, char **argv) {
         "'zktool COMMAND --help' tells more about a command.");
     addInfo(app, options);
     addCat(app, options);
+    addSeek(app, options);
     addImport(app, options);
     addPack(app, options);
     try {

@@ -6,7 +6,7 @@ _zktool() {
   command=${words[1]}
 
   if ((cword == 1)); then
-    COMPREPLY=($(compgen -W 'info cat import pack --help --version' -- "$cur"))
+    COMPREPLY=($(compgen -W 'info cat seek import pack --help --version' -- "$cur"))
     return
   fi
   case $prev in
@@ -14,14 +14,19 @@ _zktool() {
       COMPREPLY=($(compgen -W 'table csv json' -- "$cur"))
       return
       ;;
-    --limit | --fields)
+    --index)
+      _filedir '@(cdx|idx)'
+      return
+      ;;
+    --limit | --fields | --order | --tag)
       return
       ;;
   esac
   if [[ $cur == -* ]]; then
     local options=--help
     case $command in
-      cat) options+=' --format --limit --deleted' ;;
+      cat) options+=' --format --limit --deleted --order --index' ;;
+      seek) options+=' --tag --index' ;;
       import) options+=' --fields --append' ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$cur"))
