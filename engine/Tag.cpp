@@ -43,9 +43,14 @@ int Tag::compileExpressions() {
   if (header_.foreignCollation) return kErrIndex;
   int status = Expression::compile(table_, header_.expression, expression_);
   if (status != kOk) return status;
-  if (!KeyForm::match(*expression_, header_.keyLength, form_)) return kErrSubexpressionType;
+  // Another table could be closed while this one's tags still refer to its records.
+  if (expression_->usesOtherTable()) return kErrAlias;
+  if (expression_->usesMemo() || !KeyForm::match(*expression_, header_.keyLength, form_)) {
+    return kErrSubexpressionType;
+  }
   if (header_.filter.empty()) return kOk;
   status = Expression::compile(table_, header_.filter, filter_);
+  if (status == kOk && filter_->usesOtherTable()) status = kErrAlias;
   return status == kOk ? filter_->requireLogical() : status;
 }
 

@@ -243,6 +243,32 @@ TEST_F(IndexReadTest, FurtherIndexFilesOfAReadOnlyTable) {
   EXPECT_EQ(zk_Db_getRecordNo(table), 1);
 }
 
+// Such a tag can be walked; its keys would read a table that may be closed by then.
+TEST_F(IndexReadTest, KeysOfAnotherTableAreNotEvaluated) {
+  zk_Db_closeDb(makeTable(20, 6));
+  const std::string bytes = bytesOf("T.CDX");
+  std::size_t pool = 512;
+  while (bytes.compare(pool, 5, "NAME", 5) != 0) pool += 512;
+  patchFile(path("T.CDX"), pool, std::string("O->NAME", 8));
+  patchFile(path("T.CDX"), pool - 2, little(8, 2));
+  const int32_t other = createTable(path("O.DBF"), "NAME C 12");
+  const int32_t table = openTable(path("T.DBF"));
+  int32_t tag = -1;
+  ZkTagFacts facts;
+  for (int32_t i = 1; zk_Tag_getInfo(table, i, &facts) == 1; ++i) {
+    if (facts.problem == 0) continue;
+    EXPECT_EQ(facts.problem, -420);
+    EXPECT_STREQ(facts.expression, "O->NAME");
+    tag = facts.tagNumber;
+  }
+  ASSERT_GE(tag, 0);
+  EXPECT_EQ(walk(table, zk_Db_topRec(table, tag), zk_Db_nextRec, tag).size(), 20u);
+  EXPECT_EQ(zk_Db_closeDb(other), 0);
+  EXPECT_EQ(zk_Db_seekStr("A", table, tag), -420);
+  EXPECT_EQ(zk_Db_goRec(table, 5), 0);
+  EXPECT_EQ(zk_Db_nextRec(table, tag), -420) << "where record 5 stands cannot be found";
+}
+
 // A damaged index gives an error or an answer; it never faults, hangs or keeps the records away.
 TEST_F(IndexReadTest, DamagedIndexes) {
   zk_Db_closeDb(makeTable(400, 5));
