@@ -146,9 +146,9 @@ RecentOrder recentOrder = {};
 
 }  // namespace
 
-engine::Tag *selectOrder(engine::Table &table, int32_t number) noexcept {
+engine::Tag *selectTagOrder(engine::Table &table, int32_t number) noexcept {
   engine::Tag *tag = nullptr;
-  if (number >= 0 && !table.indexes().empty()) {
+  if (!table.indexes().empty()) {
     if (recentOrder.table != &table || recentOrder.generation != table.indexGeneration() ||
         recentOrder.number != number) {
       recentOrder = {&table, table.indexGeneration(), number, lookUpTag(table, number)};

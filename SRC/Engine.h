@@ -26,8 +26,13 @@ constexpr int32_t kFirstPlacedTag = 0x40000000;
 // The n-th tag of a table, from 0, in the engine's order; null when there are not so many.
 engine::Tag *tagAt(const engine::Table &table, int32_t place) noexcept;
 
-// Selects the order of a table by tag number, as zk_DbTagRef_sel does.
-engine::Tag *selectOrder(engine::Table &table, int32_t tagNumber) noexcept;
+// Selects the order of a table by tag number, as zk_DbTagRef_sel does: every step of a walk does so.
+engine::Tag *selectTagOrder(engine::Table &table, int32_t tagNumber) noexcept;
+inline engine::Tag *selectOrder(engine::Table &table, int32_t tagNumber) noexcept {
+  if (tagNumber >= 0) return selectTagOrder(table, tagNumber);
+  table.selectTag(nullptr);
+  return nullptr;
+}
 
 // Forgets every id of a table that is about to be closed.
 void forgetTable(const engine::Table *table) noexcept;
