@@ -44,7 +44,6 @@ class File {
   int create(Context &context, const char *path);
 
   int close() noexcept;
-  bool isOpen() const noexcept { return handle_.valid(); }
 
   // The other file's handle, mode and path become this one's, whose own file is closed.
   void takeOver(File &other) noexcept;

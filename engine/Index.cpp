@@ -1,6 +1,5 @@
 #include "engine/Index.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "engine/FileNames.h"

@@ -130,7 +130,6 @@ class LeafWriter {
   bool add(const unsigned char *key, std::uint32_t record) noexcept;
   void finish(std::uint16_t attributes, std::uint32_t left, std::uint32_t right) noexcept;
   std::uint32_t count() const { return count_; }
-  std::size_t freeBytes() const { return free_; }
   // After the first add: the key of the last one.
   const unsigned char *lastKey() const { return previous_; }
 

@@ -1,6 +1,6 @@
 /* What hosts and tools need beyond the families' own functions: the engine's last error, facts
- * about a table, going to a record, flushing, lock attempts, progress, and how the library shows
- * messages and finds drives.
+ * about a table and its tags, going to a record, flushing, lock attempts, progress, and how the
+ * library shows messages and finds drives.
  */
 #ifndef ZK_EXTRAS_H
 #define ZK_EXTRAS_H
