@@ -1,10 +1,15 @@
 // The access layer's bridge to the table engine.
 #include "zk/dbref.h"
 
+#include <cstdio>
+
 #include "SRC/Engine.h"
 #include "SRC/StrList.h"
+#include "base/Guard.h"
 #include "base/Memory.h"
 #include "base/Number.h"
+#include "engine/FileNames.h"
+#include "engine/Table.h"
 #include "zk/db.h"
 
 namespace zk {
@@ -17,6 +22,27 @@ std::string_view firstCharacters(const char *text, int32_t length) {
   std::size_t size = 0;
   while (size < static_cast<std::size_t>(length) && text[size] != '\0') ++size;
   return {text, size};
+}
+
+// An index file with one tag per expression; an empty name stands for the table's own. Null when
+// there is no expression or the engine fails.
+engine::IndexFile *createNumberedTags(engine::Table &table, const char *fileName,
+                                      const char *tagInfo, bool unique) {
+  const OwnedStringList expressions(zk_Cb_parseTagInfo(tagInfo));
+  if (expressions == nullptr) return nullptr;
+  return base::guarded(static_cast<engine::IndexFile *>(nullptr), [&] {
+    engine::TagDefinitions tags;
+    int number = 0;
+    for (const LnkNode *node = expressions->first; node != nullptr; node = node->next) {
+      char name[16];
+      std::snprintf(name, sizeof name, "TAG%03d", number++);
+      tags.add({name, stringOf(*node), nullptr, unique, false});
+    }
+    engine::IndexFile *index = nullptr;
+    table.createIndex(fileName, tags.data(), tags.size(), engine::Table::Existing::kReplaced,
+                      index);
+    return index;
+  });
 }
 
 }  // namespace
@@ -60,10 +86,16 @@ StrList *zk_Cb_parseTagInfo(const char *tagInfo) {
   return list.release();
 }
 
-ZkIndex *zk_Cb_i4create(ZkTable *table, const char *fileName, const char *, int32_t, int32_t) {
+ZkIndex *zk_Cb_i4create(ZkTable *table, const char *fileName, const char *tagInfo, int32_t,
+                        int32_t unique) {
   engine::Table *live = engine::liveTable(table);
-  if (live != nullptr) live->context().fail(engine::kErrNoIndexSupport, fileName);
-  return nullptr;
+  if (live == nullptr) return nullptr;
+  live->context().clearError();
+  if (fileName == nullptr) {
+    live->context().fail(engine::kErrParameter);
+    return nullptr;
+  }
+  return handleOf(createNumberedTags(*live, fileName, tagInfo, unique != 0));
 }
 
 int zk_Cb_freeTags(ZkTagInfo *tags, int32_t count) {
@@ -82,12 +114,30 @@ ZkTag *zk_Cb_findTag(ZkTable *table, const char *name) {
   return live != nullptr && name != nullptr ? handleOf(live->findTag(name)) : nullptr;
 }
 
-int zk_Cb_createNdx(const char *tableFile, const char *, int32_t) {
-  if (engine::Context *context = prepareAccess()) {
-    context->clearError();
-    context->fail(engine::kErrNoIndexSupport, tableFile);
-  }
-  return 0;
+int zk_Cb_createNdx(const char *tableFile, const char *tagInfo, int32_t unique) {
+  if (tableFile == nullptr) return 0;
+  return base::guarded(0, [&] {
+    // A context of its own, so that the tables of the access layer are not touched.
+    engine::Context own;
+    applyAccessSettings(own);
+    // Alone with the table if possible: then the file becomes the production index, which every
+    // program opens with the table.
+    const base::String name = engine::withDefaultExtension(tableFile, "dbf");
+    own.settings.openMode = static_cast<int>(engine::OpenMode::kExclusive);
+    engine::Table *table = engine::Table::open(own, name.c_str());
+    if (table == nullptr) {
+      own.clearError();
+      own.settings.openMode = static_cast<int>(engine::OpenMode::kShared);
+      table = engine::Table::open(own, name.c_str());
+    }
+    const bool created = table != nullptr && createNumberedTags(*table, "", tagInfo, unique != 0);
+    if (table != nullptr) table->close();
+    if (engine::Context *shared = prepareAccess()) {
+      shared->clearError();
+      if (own.errorCode() != 0) shared->fail(own.errorCode(), own.errorFile(), own.errorText());
+    }
+    return created ? 1 : 0;
+  });
 }
 
 double zk_c4atod(const char *text, int32_t length) {

@@ -340,7 +340,7 @@ int zk_Db_bof(int32_t tableId) {
 }
 
 int zk_Db_deleted(int32_t tableId) {
-  return onTable(tableId, [](const Table &table) { return table.deleted() ? 1 : 0; });
+  return onTable(tableId, [](Table &table) { return table.deleted() ? 1 : 0; });
 }
 
 int zk_Db_delRec(int32_t tableId) {

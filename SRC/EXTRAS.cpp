@@ -1,7 +1,10 @@
 #include "zk/extras.h"
 
 #include "SRC/Engine.h"
+#include "base/Guard.h"
+#include "engine/Check.h"
 #include "engine/Error.h"
+#include "engine/Locate.h"
 #include "platform/Path.h"
 #include "platform/System.h"
 
@@ -62,6 +65,24 @@ const char *zk_Db_getFileName(int32_t tableId) {
 int zk_Db_goRec(int32_t tableId, int32_t recordNumber) {
   engine::Table *table = tableById(tableId);
   return table != nullptr ? table->go(recordNumber) : 1;
+}
+
+int zk_Db_locate(int32_t tableId, int32_t tagNumber, const char *condition) {
+  engine::Table *table = tableById(tableId);
+  if (table == nullptr) return 1;
+  selectOrder(*table, tagNumber);
+  return engine::Locate::begin(*table, tagNumber, condition != nullptr ? condition : "");
+}
+
+int zk_Db_locateNext(int32_t tableId) {
+  engine::Table *table = tableById(tableId);
+  if (table == nullptr) return 1;
+  engine::Locate *locate = table->locate().get();
+  if (locate == nullptr) {
+    return table->context().fail(engine::kErrParameter, table->path().c_str());
+  }
+  selectOrder(*table, locate->tagNumber());
+  return locate->next();
 }
 
 int32_t zk_Db_getFldLength(int32_t tableId, const char *field) {
@@ -139,7 +160,38 @@ int zk_Tag_getInfo(int32_t tableId, int32_t number, ZkTagFacts *facts) {
   facts->descending = header.descending;
   facts->problem = tag->problem();
   facts->tagNumber = kFirstPlacedTag + number - 1;
+  facts->candidate = (header.options & engine::kOptionCandidate) != 0;
   return 1;
+}
+
+int32_t zk_Tag_keyCount(int32_t tableId, int32_t number) {
+  const engine::Table *table = tableById(tableId);
+  engine::Tag *tag = table != nullptr && number > 0 ? tagAt(*table, number - 1) : nullptr;
+  if (tag == nullptr) return -1;
+  std::uint32_t count = 0;
+  int status = tag->countKeys(count);
+  if (status == engine::kLocked) {
+    status = table->context().fail(engine::kErrLocking, tag->index().path().c_str());
+  }
+  return status == engine::kOk ? static_cast<int32_t>(count) : status;
+}
+
+int zk_Tag_create(int32_t tableId, const char *fileName, const ZkTagInfo *tags, int32_t count) {
+  engine::Table *table = tableById(tableId);
+  if (table == nullptr) return 1;
+  if (tags == nullptr || count < 1) return table->context().fail(engine::kErrParameter, fileName);
+  const int status = base::guarded(engine::kErrMemory, [&] {
+    engine::TagDefinitions definitions;
+    for (const ZkTagInfo *tag = tags; tag != tags + count; ++tag) {
+      definitions.add({tag->name, tag->expression, tag->filter, tag->unique != 0,
+                       tag->descending != 0});
+    }
+    engine::IndexFile *index = nullptr;
+    return table->createIndex(fileName, definitions.data(), definitions.size(),
+                              engine::Table::Existing::kExtended, index);
+  });
+  if (status != engine::kErrMemory || table->context().errorCode() != 0) return status;
+  return table->context().fail(engine::kErrMemory, fileName);
 }
 
 int32_t zk_Tag_find(int32_t tableId, const char *name) {
@@ -149,6 +201,25 @@ int32_t zk_Tag_find(int32_t tableId, const char *name) {
     if (tagAt(*table, place) == found) return kFirstPlacedTag + place;
   }
   return -1;
+}
+
+// ---- Checking and repairing
+
+int zk_Db_check(const char *fileName, const char *const *indexFiles, int repair, ZkFindingFn report,
+                void *user) {
+  engine::Context *shared = prepareAccess();
+  if (shared == nullptr) return engine::kErrMemory;
+  shared->clearError();
+  // A context of its own, so that the tables of the access layer are not touched.
+  engine::Context own;
+  applyAccessSettings(own);
+  own.settings.openProductionIndex = false;
+  own.settings.lockAttempts = shared->settings.lockAttempts;
+  own.progress = shared->progress;
+  own.progressUser = shared->progressUser;
+  const int result = engine::Check(own, report, user).run(fileName, indexFiles, repair != 0);
+  if (result < 0) shared->fail(own.errorCode(), own.errorFile(), own.errorText());
+  return result;
 }
 
 // ---- Host

@@ -1,6 +1,7 @@
 #include "engine/Change.h"
 
 #include "engine/Bytes.h"
+#include "engine/IndexUpdate.h"
 #include "engine/Table.h"
 #include "platform/System.h"
 
@@ -11,9 +12,21 @@ std::uint64_t Change::recordLockByte(std::uint32_t number) const noexcept {
   return kLockBase + table_.cache_.offsetOf(number);
 }
 
+bool Change::changesMemos() const noexcept {
+  if (!table_.memoTouched_) return false;
+  for (const MemoText &memo : table_.memoTexts_) {
+    if (memo.changed) return true;
+  }
+  return false;
+}
+
+int Change::lockMemos() noexcept {
+  return changesMemos() ? memoLock_.acquire(table_.memo_->file(), kAppendLockByte, 1) : kOk;
+}
+
 // The memo texts that changed get their blocks, and the record buffer refers to them.
 int Change::writeMemos() noexcept {
-  if (!table_.memoTouched_) return kOk;
+  if (!changesMemos()) return kOk;
   for (const Field &field : table_.fields_) {
     if (!field.isMemo()) continue;
     MemoText &memo = table_.memoTexts_[static_cast<std::size_t>(field.memoNumber)];
@@ -28,15 +41,35 @@ int Change::writeMemos() noexcept {
     }
     memo.changed = false;
   }
-  return kOk;
+  return memoLock_.release();
 }
 
-int Change::appendToFile(std::uint32_t number) noexcept {
+int Change::appendRecord(std::uint32_t number) noexcept {
+  if (table_.file_.mode() == OpenMode::kExclusive) {
+    const int status = table_.cache_.tailIsFull() ? table_.flushTail() : kOk;
+    return status == kOk ? table_.cache_.append(number, table_.record_) : status;
+  }
   // Record and end mark go in one write; the buffer has the byte for it.
   const std::uint32_t length = table_.header_.recordLength;
   table_.record_[length] = static_cast<char>(kFileEnd);
-  const int status = table_.file_.write(table_.cache_.offsetOf(number), table_.record_, length + 1);
-  return status != kOk ? status : table_.writeCount(number);
+  table_.cache_.forget();
+  return table_.file_.write(table_.cache_.offsetOf(number), table_.record_, length + 1);
+}
+
+int Change::appendIndexed(std::uint32_t number) noexcept {
+  IndexUpdate indexes(table_);
+  int status = lockMemos();
+  if (status == kOk) status = indexes.collectAppend(number);
+  if (status == kOk) status = writeMemos();
+  if (status == kOk) status = indexes.begin();
+  if (status == kOk) status = appendRecord(number);
+  if (status == kOk) status = indexes.writePages();
+  if (status == kOk && table_.file_.mode() != OpenMode::kExclusive) {
+    status = table_.writeCount(number);
+  }
+  if (status != kOk) return status;
+  table_.count_ = number;
+  return indexes.finish();
 }
 
 int Change::append(std::uint32_t &number) noexcept {
@@ -46,31 +79,33 @@ int Change::append(std::uint32_t &number) noexcept {
   if (status == kOk && table_.count_ >= INT32_MAX) {
     status = table_.context_.fail(kErrWriting, table_.path().c_str());
   }
-  if (status == kOk) status = writeMemos();
-  if (status != kOk) return finish(status);
-
   number = table_.count_ + 1;
-  if (table_.file_.mode() == OpenMode::kExclusive) {
-    if (table_.cache_.tailIsFull()) status = table_.flushTail();
-    if (status == kOk) status = table_.cache_.append(number, table_.record_);
-  } else {
-    status = appendToFile(number);
-    table_.cache_.forget();
-  }
-  if (status == kOk) table_.count_ = number;
+  if (status == kOk) status = appendIndexed(number);
   return finish(status);
+}
+
+int Change::updateIndexed(std::uint32_t number) noexcept {
+  IndexUpdate indexes(table_);
+  int status = lockMemos();
+  if (status == kOk) status = indexes.collectUpdate(number);
+  if (status == kOk) status = writeMemos();
+  if (status == kOk) status = indexes.begin();
+  if (status == kOk) status = table_.cache_.write(number, table_.record_);
+  if (status == kOk) table_.updateDateDue_ = true;
+  if (status == kOk) status = indexes.writePages();
+  return status == kOk ? indexes.finish() : status;
 }
 
 int Change::update(std::uint32_t number) noexcept {
   int status = lock_.acquire(table_.file_, recordLockByte(number), 1);
-  if (status == kOk) status = writeMemos();
-  if (status == kOk) status = table_.cache_.write(number, table_.record_);
-  if (status == kOk) table_.updateDateDue_ = true;
+  if (status == kOk) status = updateIndexed(number);
   return finish(status);
 }
 
 int Change::finish(int status) noexcept {
+  const int memoReleased = memoLock_.release();
   const int released = lock_.release();
+  if (status == kOk) status = memoReleased;
   return status != kOk ? status : released;
 }
 

@@ -1,8 +1,10 @@
-// One change of a table: memo texts, record and count, begun and ended together under the locks
-// that it needs. Everything that makes a change whole for other programs and after a kill is here.
+// One change of a table: memo texts, record, index keys and count, begun and ended together under
+// the locks that it needs. Everything that makes a change whole for other programs and after a kill
+// is here.
 //
-// Order of locks: record, append, memo. Order of writing: memo blocks, then the record that refers
-// to them, then the count that makes an appended record exist.
+// Order of locks: record, append, memo, index files. Order of writing: memo blocks; the indexes'
+// marks; the record; the pages of the indexes; the count that makes an appended record exist; the
+// end of the marks.
 #pragma once
 
 #include <cstdint>
@@ -23,13 +25,18 @@ class Change {
   int update(std::uint32_t number) noexcept;
 
  private:
+  bool changesMemos() const noexcept;
+  int lockMemos() noexcept;
   int writeMemos() noexcept;
-  int appendToFile(std::uint32_t number) noexcept;
+  int appendRecord(std::uint32_t number) noexcept;
+  int appendIndexed(std::uint32_t number) noexcept;
+  int updateIndexed(std::uint32_t number) noexcept;
   std::uint64_t recordLockByte(std::uint32_t number) const noexcept;
   int finish(int status) noexcept;
 
   Table &table_;
-  RangeLock lock_;
+  RangeLock lock_;  // record or append
+  RangeLock memoLock_;
 };
 
 }  // namespace zk::engine

@@ -33,6 +33,7 @@ Context::~Context() {
 }
 
 int Context::fail(int code, const char *file, const char *text) noexcept {
+  if (quiet_ > 0) return code;
   errorCode_ = code;
   errorText_ = text != nullptr ? text : engine::errorText(code);
   errorFile_[0] = '\0';

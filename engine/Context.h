@@ -44,6 +44,17 @@ class Context {
     errorCode_ = 0;
     errorFile_[0] = '\0';
   }
+  // While one is alive failures are neither recorded nor shown: for what is only tried.
+  class Quiet {
+   public:
+    explicit Quiet(Context &context) noexcept : context_(context) { ++context_.quiet_; }
+    ~Quiet() { --context_.quiet_; }
+    Quiet(const Quiet &) = delete;
+    Quiet &operator=(const Quiet &) = delete;
+
+   private:
+    Context &context_;
+  };
   int errorCode() const noexcept { return errorCode_; }
   const char *errorText() const noexcept { return errorCode_ == 0 ? "" : errorText_; }
   const char *errorFile() const noexcept { return errorFile_; }
@@ -61,6 +72,7 @@ class Context {
  private:
   friend class Table;
 
+  int quiet_ = 0;
   int errorCode_ = 0;
   const char *errorText_ = "";
   char errorFile_[512] = "";

@@ -40,13 +40,18 @@ int Expression::requireLogical() noexcept {
 void Expression::beginRun() noexcept { evaluator_.beginRun(); }
 
 int Expression::evaluate(Value &out) noexcept {
-  const int status = evaluator_.run(program_, table_);
+  return evaluatePart(0, program_.code.size(), program_.type, out);
+}
+
+int Expression::evaluatePart(std::size_t begin, std::size_t end, ValueType type,
+                             Value &out) noexcept {
+  const int status = evaluator_.run(program_, begin, end, table_);
   if (status == kErrOverflow || status == kErrMemory) return fail(status);
   if (status != kOk) return status;
   const Evaluator::Slot &result = evaluator_.result();
   // Adding 0 makes a negative zero positive.
-  out = {program_.type, result.logical, result.number + 0.0, result.text};
-  if (program_.type != ValueType::kCharacter) out.text = {};
+  out = {type, result.logical, result.number + 0.0, result.text};
+  if (type != ValueType::kCharacter) out.text = {};
   return kOk;
 }
 

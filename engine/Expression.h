@@ -55,6 +55,7 @@ class Expression {
   // Of a character result the longest it can be, kUnboundedLength when it can be a whole memo; of
   // any other 0.
   std::size_t length() const noexcept { return program_.length; }
+  const Program &program() const noexcept { return program_; }
   bool usesMemo() const noexcept { return program_.usesMemo; }
   // Whether it is a field of 4-byte integers and nothing else.
   bool isIntegerField() const noexcept;
@@ -71,7 +72,10 @@ class Expression {
   // changes or the next evaluation. Allocates nothing, except that texts made from memos use a
   // buffer that grows. 0; -440, or the code of a memo that cannot be read: these are reported.
   int evaluate(Value &out) noexcept;
-  // The same for a logical expression.
+  // The same for the instructions of the program from `begin` to `end`, which leave one value, of
+  // that type.
+  int evaluatePart(std::size_t begin, std::size_t end, ValueType type, Value &out) noexcept;
+  // The value of a logical expression.
   int evaluateCondition(bool &holds) noexcept;
 
  private:

@@ -98,11 +98,12 @@ void Evaluator::beginRun() noexcept {
   putDigits(timeOfDay_ + 6, static_cast<unsigned>(now.second), 2);
 }
 
-int Evaluator::run(const Program &program, Table &table) noexcept {
+int Evaluator::run(const Program &program, std::size_t begin, std::size_t end,
+                   Table &table) noexcept {
   top_ = stack_.data();
   const Instruction *const code = program.code.data();
-  const Instruction *const end = code + program.code.size();
-  for (const Instruction *at = code; at != end;) {
+  const Instruction *const last = code + end;
+  for (const Instruction *at = code + begin; at != last;) {
     const Instruction &instruction = *at++;
     switch (instruction.op) {
       case Op::kSkipUnlessTrue:

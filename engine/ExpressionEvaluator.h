@@ -31,8 +31,9 @@ class Evaluator {
   // Takes the date and time of now.
   void beginRun() noexcept;
 
-  // 0; -440, -920 (not reported yet), or the code of a memo that cannot be read (reported).
-  int run(const Program &program, Table &table) noexcept;
+  // Runs the instructions from `begin` to `end`, which leave one value. 0; -440, -920 (not reported
+  // yet), or the code of a memo that cannot be read (reported).
+  int run(const Program &program, std::size_t begin, std::size_t end, Table &table) noexcept;
   const Slot &result() const noexcept { return *top_; }
 
  private:

@@ -122,17 +122,18 @@ int FilePair::replace(File &liveTable, Memo *liveMemo) {
   int status = table_.sync();
   if (status == kOk && liveMemo != nullptr) status = memo_.file().sync();
   if (status != kOk) return status;
-  const OpenMode mode = liveTable.mode();
 
   if (platform::hasShareModes()) {
+    const OpenMode mode = liveTable.mode();
     closeFiles();
     liveTable.close();
     if (liveMemo != nullptr) liveMemo->file().close();
     status = rename();
-    const int opened = liveTable.open(context_, tablePath_.c_str(), mode, true);
+    const OpenMode now = status == kOk ? OpenMode::kExclusive : mode;
+    const int opened = liveTable.open(context_, tablePath_.c_str(), now, true);
     if (status == kOk) status = opened;
     if (liveMemo != nullptr) {
-      const int memoOpened = liveMemo->open(context_, memoPath_.c_str(), mode);
+      const int memoOpened = liveMemo->open(context_, memoPath_.c_str(), now);
       if (status == kOk) status = memoOpened;
     }
     return status;
@@ -148,11 +149,9 @@ int FilePair::replace(File &liveTable, Memo *liveMemo) {
   // opener gives it the right one.
   table_.setPath(std::move(tablePath_));  // must not fail from here on
   liveTable.takeOver(table_);
-  liveTable.settleIntoMode(mode);
   if (liveMemo != nullptr) {
     memo_.file().setPath(std::move(memoPath_));
     liveMemo->file().takeOver(memo_.file());
-    liveMemo->file().settleIntoMode(mode);
   }
   return status;
 }

@@ -33,8 +33,8 @@ class FilePair {
 
   // After beginNew.
   int putInPlace() noexcept;
-  // After beginReplacing: `liveTable` and `liveMemo` (null without memos) become the new ones in
-  // the old one's mode.
+  // After beginReplacing: `liveTable` and `liveMemo` (null without memos) become the new ones, held
+  // exclusively: File::settleIntoMode lets other programs in again.
   int replace(File &liveTable, Memo *liveMemo);
 
   // Finishes a replacement that died after its table was in place. To be called before the memo

@@ -8,23 +8,49 @@
 namespace zk::engine {
 namespace {
 
-constexpr std::uint64_t kCounterAt = 8;
 constexpr int kDepthLimit = 64;
 constexpr KeyLayout kNameLayout = {kTagNameSize, ' '};
 
 }  // namespace
 
 int IndexFile::open(const char *path, OpenMode mode) {
-  int status = file_.open(table_.context(), path, mode, false);
+  int status = file_.open(table_.context(), path, mode, true);
   if (status == kOk) status = file_.length(fileLength_);
   if (status != kOk) return status;
   IndexHeader header;
   status = header.read(file_, 0, fileLength_);
+  if (status == kOk) status = findOutWhetherBehind();
   if (status != kOk) return status;
-  counter_ = header.counter;
   if (!header.compound()) return addTag(baseName(file_.path()), 0);
   if (header.keyLength != kTagNameSize) return damaged();
   return readDirectory(header);
+}
+
+int IndexFile::reopen() {
+  const base::String path = file_.path();
+  const OpenMode mode = file_.mode();
+  file_.close();
+  tags_.clear();
+  cache_.forget();
+  change_.forget();
+  ++version_;
+  ++foreignVersion_;
+  behind_ = false;
+  return open(path.c_str(), mode);
+}
+
+// Under the writers' lock, so that no change is half way.
+int IndexFile::findOutWhetherBehind() noexcept {
+  RangeLock lock;
+  const int locked = lock.acquire(file_, kAppendLockByte, 1, platform::LockKind::kShared);
+  if (locked != kOk && locked != kLocked) return locked;
+  const int status = state_.read(file_);
+  // Without a lock a change that is going on may be that of a living writer; every use looks again.
+  const bool calm = !file_.othersMayWrite() || (file_.needsLocks() && locked == kOk);
+  if (status == kOk && calm) {
+    behind_ = state_.changing() || state_.missesRecords(table_.recordCount());
+  }
+  return status;
 }
 
 // Down to the leftmost leaf of the names, then along the leaves.
@@ -76,23 +102,55 @@ int IndexFile::addTag(std::string_view name, std::uint32_t offset) {
   return status;
 }
 
+int IndexFile::fallBehind() noexcept {
+  behind_ = true;
+  return file_.context().fail(kErrIndex, path().c_str(), "Index is behind its table");
+}
+
 int IndexFile::refresh() noexcept {
+  if (behind_) return fallBehind();
   if (!file_.othersMayWrite()) return kOk;
-  unsigned char bytes[4];
-  int status = file_.read(kCounterAt, bytes, sizeof bytes);
+  IndexState state;
+  const int status = state.read(file_);
   if (status != kOk) return status;
-  const std::uint32_t counter = readBig32(bytes);
-  if (counter == counter_) return kOk;
-  status = file_.length(fileLength_);
+  if (state.changing()) return kLocked;
+  return state.counter() == state_.counter() ? kOk : noticeChange(state);
+}
+
+int IndexFile::waitForWriters(RangeLock &lock) noexcept {
+  if (file_.needsLocks()) {
+    return lock.acquire(file_, kAppendLockByte, 1, platform::LockKind::kShared);
+  }
+  // A change takes well under a second: a mark that stays longer was left by a dead writer.
+  constexpr int kLooks = 1000;
+  constexpr std::uint32_t kPauseMicroseconds = 1000;
+  for (int i = 0; i < kLooks; ++i) {
+    const int status = refresh();
+    if (status != kLocked) return status;
+    if (!platform::waitMicroseconds(kPauseMicroseconds)) return kLocked;
+  }
+  return fallBehind();
+}
+
+int IndexFile::noticeChange(const IndexState &state) noexcept {
+  const int status = file_.length(fileLength_);
   if (status != kOk) return status;
-  counter_ = counter;
+  state_ = state;
   ++version_;
+  ++foreignVersion_;
+  cache_.forget();
   return kOk;
 }
 
 int IndexFile::readPage(std::uint32_t offset, IndexPage &page) noexcept {
+  if (const IndexPage *kept = cache_.find(offset)) {
+    page = *kept;
+    return kOk;
+  }
   if (!isPageOffset(offset, fileLength_)) return damaged();
-  return file_.read(offset, page.bytes, sizeof page.bytes);
+  const int status = file_.read(offset, page.bytes, sizeof page.bytes);
+  if (status == kOk && !page.isLeaf()) cache_.keep(offset, page, pageLimit());
+  return status;
 }
 
 }  // namespace zk::engine

@@ -62,7 +62,10 @@ class NewFile {
   int putInPlace() noexcept;
 
  private:
+  int holdExisting(Context &context);
+
   File file_;
+  File existing_;  // what is replaced, kept from other programs
   base::String path_;
   bool begun_ = false;
 };
@@ -75,9 +78,17 @@ NewFile::~NewFile() {
   platform::removeFile(file_.path().c_str());
 }
 
+int NewFile::holdExisting(Context &context) {
+  if (!platform::pathExists(path_.c_str())) return kOk;
+  const int status = existing_.open(context, path_.c_str(), OpenMode::kShared, true);
+  return status == kOk ? existing_.becomeOnlyOpener() : status;
+}
+
 int NewFile::create(Context &context, const char *path) {
   path_ = platform::finalPath(path);
-  const int status = file_.create(context, (path_ + kNewSuffix).c_str());
+  int status = holdExisting(context);
+  if (status != kOk) return status;
+  status = file_.create(context, (path_ + kNewSuffix).c_str());
   begun_ = status == kOk;
   return status;
 }
@@ -87,7 +98,10 @@ int NewFile::putInPlace() noexcept {
   const int status = platform::pathExists(path_.c_str()) ? file_.sync() : kOk;
   if (status != kOk) return status;
   // There open files cannot be renamed.
-  if (platform::hasShareModes()) file_.close();
+  if (platform::hasShareModes()) {
+    file_.close();
+    existing_.close();
+  }
   if (platform::replaceFile(file_.path().c_str(), path_.c_str()) != IoStatus::kOk) {
     return file_.context().fail(kErrRenaming, path_.c_str());
   }
@@ -102,6 +116,43 @@ int putHeader(PageWriter &pages, std::uint32_t place, const IndexHeader &header)
 }
 
 }  // namespace
+
+// ---- Definitions as a set
+
+void TagDefinitions::add(const TagDefinition &definition) {
+  const auto textOf = [](const char *text) { return text != nullptr ? text : ""; };
+  Entry entry = {textOf(definition.name), textOf(definition.expression), textOf(definition.filter),
+                 definition};
+  const unsigned char *upper = platform::upperCaseMap();
+  for (char &c : entry.name) c = static_cast<char>(upper[static_cast<unsigned char>(c)]);
+  for (Entry &other : entries_) {
+    if (other.name != entry.name) continue;
+    other = std::move(entry);
+    return;
+  }
+  entries_.push_back(std::move(entry));
+}
+
+void TagDefinitions::addTagsOf(const IndexFile &index) {
+  for (const auto &tag : index.tags()) {
+    const IndexHeader &header = tag->header();
+    add({tag->name(), header.expression.c_str(), header.filter.c_str(), header.unique(),
+         header.descending, header.options});
+  }
+}
+
+const TagDefinition *TagDefinitions::data() {
+  definitions_.clear();
+  for (Entry &entry : entries_) {
+    entry.definition.name = entry.name.c_str();
+    entry.definition.expression = entry.expression.c_str();
+    entry.definition.filter = entry.filter.c_str();
+    definitions_.push_back(entry.definition);
+  }
+  return definitions_.data();
+}
+
+// ---- Building
 
 IndexBuilder::IndexBuilder(Table &table, std::size_t budget) noexcept
     : table_(table), context_(table.context()), budget_(budget) {}
@@ -126,6 +177,7 @@ int IndexBuilder::run(const char *path, const TagDefinition *definitions, std::s
   }
   int status = sortNames();
   if (status != kOk) return status;
+  recordCount_ = table_.recordCount();
   NewFile file;
   status = file.create(context_, path);
   if (status == kOk) status = writeFile(file.file());
@@ -148,7 +200,9 @@ int IndexBuilder::compile(const TagDefinition &definition) {
   if (status == kOk) status = KeyForm::choose(context_, *tag.key, tag.form);
   if (status == kOk && filter[0] != '\0') status = compileFilter(filter, tag);
   if (status != kOk) return status;
-  tag.unique = definition.unique;
+  tag.options = definition.options & (kOptionUnique | kOptionCandidate);
+  tag.skipDuplicates = (tag.options & kOptionUnique) != 0;
+  if (definition.unique && tag.options == 0) tag.options = kOptionUnique;
   tag.descending = definition.descending;
   tags_.push_back(std::move(tag));
   return kOk;
@@ -221,8 +275,7 @@ int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
   if (status != kOk) return status;
   header.freePage = 0;
   header.keyLength = static_cast<std::uint16_t>(layout.length);
-  header.options = kTagOptions;
-  if (tag.unique) header.options |= kOptionUnique;
+  header.options = kTagOptions | tag.options;
   header.descending = tag.descending;
   header.expression = tag.key->source();
   if (tag.filter != nullptr) {
@@ -274,7 +327,9 @@ int IndexBuilder::writeKeys(const Tag &tag, KeySorter &sorter, TreeWriter &tree)
     std::uint32_t record = 0;
     int status = sorter.next(key, record);
     if (status == kEndOfFile) return kOk;
-    if (status == kOk && tag.unique && done > 0 && std::memcmp(tree.lastKey(), key, length) == 0) {
+    const bool unique = tag.options != 0;
+    if (status == kOk && unique && done > 0 && std::memcmp(tree.lastKey(), key, length) == 0) {
+      if (tag.skipDuplicates) continue;
       status = context_.fail(kErrUnique, tag.name);
     }
     if (status == kOk) status = tree.add(key, record);
@@ -297,7 +352,13 @@ int IndexBuilder::writeDirectory(PageWriter &pages, std::uint32_t header, std::u
   directory.freePage = 0;
   directory.keyLength = kTagNameSize;
   directory.options = kTagOptions | kOptionDirectory;
-  return putHeader(pages, header, directory);
+  unsigned char bytes[kIndexHeaderSize];
+  directory.build(bytes);
+  IndexState state;
+  std::memcpy(state.bytes, bytes, sizeof state.bytes);
+  state.endChange(recordCount_);
+  std::memcpy(bytes, state.bytes, sizeof state.bytes);
+  return pages.put(header, bytes, sizeof bytes);
 }
 
 }  // namespace zk::engine

@@ -27,6 +27,7 @@
 
 namespace zk::engine {
 
+class IndexFile;
 class Table;
 
 struct TagDefinition {
@@ -35,6 +36,30 @@ struct TagDefinition {
   const char *filter;      // null or "" for none
   bool unique;
   bool descending;
+  // Of a tag that is written anew: the options it had. Where it had kOptionUnique, records whose
+  // key is there already are left out, as other programs do; everything else refuses them.
+  std::uint8_t options = 0;
+};
+
+// Definitions with texts of their own. Each function throws std::bad_alloc.
+class TagDefinitions {
+ public:
+  // One of the same name, in any case, is replaced.
+  void add(const TagDefinition &definition);
+  // Those of the tags that an index file has.
+  void addTagsOf(const IndexFile &index);
+
+  // Valid until the next add.
+  const TagDefinition *data();
+  std::size_t size() const noexcept { return entries_.size(); }
+
+ private:
+  struct Entry {
+    base::String name, expression, filter;
+    TagDefinition definition;
+  };
+  base::Vector<Entry> entries_;
+  base::Vector<TagDefinition> definitions_;
 };
 
 class IndexBuilder {
@@ -48,13 +73,15 @@ class IndexBuilder {
   //   -330  a name is missing            -930  a name is too long or used twice; no tag; a key or
   //   -340  equal keys in a unique tag         its expression is too long
   //   -950  a filter is not logical      -400 .. -500  an expression is wrong; -460: uses a memo
+  //   50  other programs have what is there open
   //   -20 -70 -90 -120  files, the working file of the sort among them       -920  memory
   int build(const char *path, const TagDefinition *definitions, std::size_t count) noexcept;
 
  private:
   struct Tag {
     char name[kTagNameSize + 1] = "";
-    bool unique = false;
+    std::uint8_t options = 0;
+    bool skipDuplicates = false;
     bool descending = false;
     base::Owned<Expression> key;
     base::Owned<Expression> filter;  // null for none
@@ -78,6 +105,7 @@ class IndexBuilder {
   Table &table_;
   Context &context_;
   const std::size_t budget_;
+  std::uint32_t recordCount_ = 0;
   base::Vector<Tag> tags_;
   base::Vector<const Tag *> byName_;
 };

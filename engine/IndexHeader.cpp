@@ -8,6 +8,8 @@ namespace {
 constexpr std::size_t kCollationAt = 486;
 constexpr std::size_t kCollationSize = 8;
 constexpr std::string_view kPlainCollation = "MACHINE";
+constexpr std::size_t kStampAt = 64;
+constexpr char kStampName[] = "ZKST";
 
 // A text of the pool: position and length lie at `at` of the header.
 bool poolText(const unsigned char *header, std::size_t at, base::String &text) {
@@ -27,6 +29,22 @@ bool hasForeignCollation(const unsigned char *header) {
 
 }  // namespace
 
+bool IndexState::isStamped() const { return std::memcmp(bytes + kStampAt, kStampName, 4) == 0; }
+
+void IndexState::stamp(std::uint32_t counter, bool changing, std::uint32_t recordCount) {
+  writeBig32(bytes + 8, counter);
+  std::memcpy(bytes + kStampAt, kStampName, 4);
+  writeBig32(bytes + 68, changing ? 1 : 0);
+  writeBig32(bytes + 72, counter);
+  writeBig32(bytes + 76, recordCount);
+}
+
+void IndexState::beginChange() { stamp(counter() + 1, true, 0); }
+
+void IndexState::endChange(std::uint32_t recordCount) {
+  stamp(counter() + 1, false, recordCount);
+}
+
 int corruptIndex(File &file) noexcept {
   return file.context().fail(kErrIndex, file.path().c_str(), "Corrupt index file");
 }
@@ -39,6 +57,10 @@ int IndexHeader::read(File &file, std::uint64_t offset, std::uint64_t fileLength
   unsigned char bytes[kIndexHeaderSize];
   const int status = file.read(offset, bytes, sizeof bytes);
   if (status != kOk) return status;
+  return parse(bytes) && isPageOffset(root, fileLength) ? kOk : corruptIndex(file);
+}
+
+bool IndexHeader::parse(const unsigned char (&bytes)[kIndexHeaderSize]) {
   root = readLittle32(bytes);
   freePage = readLittle32(bytes + 4);
   counter = readBig32(bytes + 8);
@@ -47,12 +69,11 @@ int IndexHeader::read(File &file, std::uint64_t offset, std::uint64_t fileLength
   descending = readLittle16(bytes + 502) != 0;
   foreignCollation = hasForeignCollation(bytes);
   if ((options & kOptionCompact) == 0 || keyLength == 0 || keyLength > kLongestKey ||
-      !isPageOffset(root, fileLength) || !poolText(bytes, 508, expression) ||
-      !poolText(bytes, 504, filter)) {
-    return corruptIndex(file);
+      !poolText(bytes, 508, expression) || !poolText(bytes, 504, filter)) {
+    return false;
   }
   if ((options & kOptionFilter) == 0) filter.clear();
-  return kOk;
+  return true;
 }
 
 bool IndexHeader::build(unsigned char (&bytes)[kIndexHeaderSize]) const noexcept {

@@ -6,7 +6,6 @@
 namespace zk::engine {
 namespace {
 
-constexpr std::size_t kInteriorHead = 12;
 constexpr std::size_t kLeafHead = 24;
 constexpr std::size_t kLeafSpace = kIndexPageSize - kLeafHead;
 constexpr std::uint32_t kLargestEntry = 8;

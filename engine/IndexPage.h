@@ -31,6 +31,7 @@ namespace zk::engine {
 constexpr std::size_t kIndexPageSize = 512;
 constexpr std::uint32_t kNoPage = 0xFFFFFFFF;
 constexpr std::uint32_t kLongestKey = 240;
+constexpr std::size_t kInteriorHead = 12;
 constexpr std::uint16_t kRootPage = 1;
 constexpr std::uint16_t kLeafPage = 2;
 
@@ -56,6 +57,13 @@ struct IndexPage {
     writeLittle32(bytes + 8, right);
   }
 };
+
+// A free page: the next one's offset (or none), then this text, which tells it from a page that is
+// in use. Lists that other programs made are left alone.
+constexpr char kFreePageName[] = "ZKFREE";
+inline bool isFreePage(const IndexPage &page) {
+  return std::memcmp(page.bytes + 4, kFreePageName, sizeof kFreePageName) == 0;
+}
 
 // Where a key stands relative to another: key bytes first, then record numbers.
 inline int compareKeys(const unsigned char *a, std::uint32_t recordA, const unsigned char *b,

@@ -173,15 +173,10 @@ int Memo::write(MemoText &memo, std::uint32_t &block) noexcept {
   if (memo.size() > UINT32_MAX - kMemoPrefix) {
     return file_.context().fail(kErrWriting, file_.path().c_str());
   }
-  RangeLock lock;
-  int status = lock.acquire(file_, kAppendLockByte, 1);
-  if (status != kOk) return status;
   bool inPlace = false;
-  status = fits(block, memo.size(), inPlace);
+  const int status = fits(block, memo.size(), inPlace);
   if (status != kOk) return status;
-  status = inPlace ? writeImage(memo, kTextType, block) : writeAtEnd(memo, kTextType, block);
-  const int released = lock.release();
-  return status != kOk ? status : released;
+  return inPlace ? writeImage(memo, kTextType, block) : writeAtEnd(memo, kTextType, block);
 }
 
 int Memo::copyTo(Memo &target, std::uint32_t &block, MemoText &buffer) noexcept {

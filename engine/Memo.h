@@ -68,7 +68,8 @@ class Memo {
   int read(std::uint32_t block, MemoText &memo) noexcept;
 
   // Stores the text: in the blocks of `block` when it fits them, else in new blocks at the end;
-  // `block` becomes its place (0 stays 0 for an empty text). Takes the memo lock meanwhile.
+  // `block` becomes its place (0 stays 0 for an empty text). The caller holds the memo lock, one
+  // byte at kAppendLockByte.
   int write(MemoText &memo, std::uint32_t &block) noexcept;
 
   // Appends the memo at `block` of this file, whatever its type, to `target`.

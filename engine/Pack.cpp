@@ -18,12 +18,42 @@ Context &Packer::table_context() const noexcept { return table_.context(); }
 int Packer::run() {
   int status = table_.file_.becomeOnlyOpener();
   if (status != kOk) return status;
+  const OpenMode mode = table_.file_.mode();
   status = base::guarded(kErrMemory, [this] { return copyAll(); });
-  if (status == kOk) status = files_.replace(table_.file_, table_.memo_.get());
-  if (status != kOk) table_.file_.allowOtherOpeners();
+  if (status == kOk) status = base::guarded(kErrMemory, [this] { return replaceFiles(); });
+  if (table_.file_.mode() == mode) table_.file_.allowOtherOpeners();
+  if (table_.file_.mode() != mode) {
+    table_.file_.settleIntoMode(mode);
+    if (table_.hasMemoFile()) table_.memo_->file().settleIntoMode(mode);
+  }
   table_.cache_.forget();
   const int counted = table_.refreshCount();
   return status != kOk ? status : counted;
+}
+
+int Packer::markIndexes() noexcept {
+  int status = kOk;
+  for (IndexFile *index : table_.indexesInLockOrder()) {
+    if (index->behind()) continue;
+    if (status == kOk) status = index->change().begin(IndexChange::kAnyCount);
+    if (status == kOk) status = index->change().beginWriting();
+  }
+  return status;
+}
+
+int Packer::replaceFiles() {
+  int status = markIndexes();
+  if (status == kOk) status = files_.replace(table_.file_, table_.memo_.get());
+  for (IndexFile *index : table_.indexesInLockOrder()) {
+    if (status == kOk) {
+      index->change().fail();  // until it is written anew
+    } else {
+      index->change().abandon(table_.count_);
+    }
+  }
+  table_.cache_.forget();
+  if (status == kOk) status = table_.refreshCount();
+  return status == kOk ? table_.rebuildIndexes() : status;
 }
 
 int Packer::copyAll() {

@@ -1,4 +1,6 @@
-// Pack: the live records of a table, and their memos, written to a new pair of files.
+// Pack: the live records of a table, and their memos, written to a new pair of files; then its open
+// indexes, written anew. From before the files are replaced until an index is written a mark tells
+// that it is behind the table.
 #pragma once
 
 #include <cstdint>
@@ -25,6 +27,8 @@ class Packer {
   int copyRecords();
   int copyMemos(char *record);
   int finishFile();
+  int replaceFiles();
+  int markIndexes() noexcept;
 
   Table &table_;
   FilePair files_;

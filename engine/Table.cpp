@@ -1,5 +1,6 @@
 #include "engine/Table.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/Guard.h"
@@ -7,6 +8,7 @@
 #include "engine/Change.h"
 #include "engine/FileNames.h"
 #include "engine/FilePair.h"
+#include "engine/Locate.h"
 #include "engine/Pack.h"
 #include "platform/Path.h"
 #include "platform/System.h"
@@ -134,19 +136,20 @@ int Table::openFiles(const char *name) {
   chooseReadOnlyReason(facts);
   if (facts.memo) status = openMemo();
   if (status == kOk) status = allocateBuffers();
-  if (status == kOk && header_.hasProductionIndex()) status = openProductionIndex();
   if (status == kOk) status = refreshCount();
+  if (status == kOk && header_.hasProductionIndex()) status = openProductionIndex();
+  indexesChanged();
   if (status == kOk) status = top();
   return status == kEndOfFile ? kOk : status;
 }
 
 void Table::chooseReadOnlyReason(const FieldFacts &facts) noexcept {
   if (file_.readOnly()) {
-    readOnlyReason_ = "the file is read-only";
+    ownReadOnlyReason_ = "the file is read-only";
   } else if (facts.unknownType) {
-    readOnlyReason_ = "it has fields of an unknown type";
+    ownReadOnlyReason_ = "it has fields of an unknown type";
   } else if (facts.autoIncrement) {
-    readOnlyReason_ = "it has an autoincrement field";
+    ownReadOnlyReason_ = "it has an autoincrement field";
   }
 }
 
@@ -159,8 +162,8 @@ int Table::openMemo() {
   if (memo_ == nullptr) return context_.fail(kErrMemory);
   status = memo_->open(context_, path.c_str(), file_.mode());
   if (status != kOk) return status;
-  if (memo_->file().readOnly() && readOnlyReason_ == nullptr) {
-    readOnlyReason_ = "the memo file is read-only";
+  if (memo_->file().readOnly() && ownReadOnlyReason_ == nullptr) {
+    ownReadOnlyReason_ = "the memo file is read-only";
   }
   std::size_t memos = 0;
   for (const Field &field : fields_) memos += field.isMemo() ? 1 : 0;
@@ -168,20 +171,18 @@ int Table::openMemo() {
   return kOk;
 }
 
-// An index that is not maintained must not fall behind, so that the table is read-only with it. A
-// damaged one does not keep the records from being read.
+// A damaged index does not keep the records from being read; writing them would leave it behind.
 int Table::openProductionIndex() {
   if (!context_.settings.openProductionIndex) return kOk;
   const base::String path =
       platform::nativePath(companionName(file_.path().c_str(), "CDX").c_str());
   if (!platform::pathExists(path.c_str())) return kOk;
+  const Context::Quiet quiet(context_);
   const int status = addIndex(path.c_str(), production_);
   if (status == kErrMemory) return status;
-  if (readOnlyReason_ == nullptr) {
-    readOnlyReason_ = status == kOk ? "its production index cannot be maintained"
-                                    : "its production index cannot be read";
+  if (status != kOk && ownReadOnlyReason_ == nullptr) {
+    ownReadOnlyReason_ = "its production index cannot be read";
   }
-  context_.clearError();
   return kOk;
 }
 
@@ -229,6 +230,7 @@ int Table::close() noexcept {
   changed_ = false;  // what could not be written is dropped
   const int flushed = flush();
   if (result == kOk) result = flushed;
+  lockOrder_.clear();
   if (memo_ != nullptr) {
     const int memoClosed = memo_->file().close();
     if (result == kOk) result = memoClosed;
@@ -242,29 +244,57 @@ int Table::close() noexcept {
 
 // ---- Indexes
 
+IndexFile *Table::openIndexAt(const platform::FileIdentity &identity) const noexcept {
+  for (const base::Owned<IndexFile> &index : indexes_) {
+    if (index->file().identity() == identity) return index.get();
+  }
+  return nullptr;
+}
+
 int Table::addIndex(const char *path, IndexFile *&index) {
+  platform::FileIdentity identity;
+  const bool exists = platform::identifyPath(path, identity) == platform::IoStatus::kOk;
+  index = exists ? openIndexAt(identity) : nullptr;
+  if (index != nullptr) return kOk;
+  lockOrder_.reserve(indexes_.size() + 1);
   base::Owned<IndexFile> opened = base::make<IndexFile>(*this);
   if (opened == nullptr) throw std::bad_alloc();
   const int status = opened->open(path, file_.mode());
   if (status != kOk) return status;
-  for (const base::Owned<IndexFile> &other : indexes_) {
-    if (other->file().identity() == opened->file().identity()) {
-      index = other.get();
-      return kOk;
-    }
-  }
   indexes_.push_back(std::move(opened));
   index = indexes_.back().get();
-  ++indexGeneration_;
+  indexesChanged();
   return kOk;
+}
+
+// Another set of open index files or tags.
+void Table::indexesChanged() noexcept {
+  ++indexGeneration_;
+  lockOrder_.clear();
+  readOnlyReason_ = ownReadOnlyReason_;
+  for (const base::Owned<IndexFile> &index : indexes_) {
+    lockOrder_.push_back(index.get());  // there is room
+    if (readOnlyReason_ != nullptr) continue;
+    if (index->file().readOnly()) readOnlyReason_ = "an index file is read-only";
+    for (const base::Owned<Tag> &tag : index->tags()) {
+      if (tag->problem() != kOk) readOnlyReason_ = "the keys of an index tag cannot be maintained";
+    }
+  }
+  std::sort(lockOrder_.begin(), lockOrder_.end(), [](IndexFile *a, IndexFile *b) {
+    const platform::FileIdentity &left = a->file().identity();
+    const platform::FileIdentity &right = b->file().identity();
+    return left.volume != right.volume ? left.volume < right.volume : left.index < right.index;
+  });
 }
 
 int Table::openIndex(const char *name, IndexFile *&index) noexcept {
   index = nullptr;
   if (name == nullptr || name[0] == '\0') return context_.fail(kErrParameter);
-  // Writing would leave it behind.
-  if (readOnlyReason_ == nullptr) return context_.fail(kErrNoIndexSupport, name);
-  const int status = base::guarded(kErrMemory, [&] {
+  // What is pending belongs to the records that the index is compared with.
+  int status = leaveRecord();
+  if (status == kOk) status = flush();
+  if (status != kOk) return status;
+  status = base::guarded(kErrMemory, [&] {
     const base::String path = platform::nativePath(withDefaultExtension(name, "CDX").c_str());
     return addIndex(path.c_str(), index);
   });
@@ -272,14 +302,109 @@ int Table::openIndex(const char *name, IndexFile *&index) noexcept {
   return status;
 }
 
+int Table::createIndex(const char *name, const TagDefinition *tags, std::size_t count,
+                       Existing existing, IndexFile *&index) noexcept {
+  index = nullptr;
+  int status = leaveRecord();
+  if (status == kOk) status = flush();
+  if (status != kOk) return status;
+  status = base::guarded(kErrMemory, [&] {
+    const bool own = name == nullptr || name[0] == '\0';
+    const base::String path =
+        platform::nativePath(own ? companionName(this->path().c_str(), "CDX").c_str()
+                                 : withDefaultExtension(name, "CDX").c_str());
+    if (existing == Existing::kReplaced || !platform::pathExists(path.c_str())) {
+      return writeIndex(path.c_str(), tags, count, index);
+    }
+    TagDefinitions definitions;
+    const int opened = addIndex(path.c_str(), index);
+    if (opened != kOk) return opened;
+    definitions.addTagsOf(*index);
+    for (std::size_t i = 0; i < count; ++i) definitions.add(tags[i]);
+    return writeIndex(path.c_str(), definitions.data(), definitions.size(), index);
+  });
+  if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory, name);
+  return status;
+}
+
+// Nobody writes records while their keys are collected.
+int Table::writeIndex(const char *path, const TagDefinition *tags, std::size_t count,
+                      IndexFile *&index) {
+  RangeLock records;
+  RangeLock behind;
+  int status = lockForReading(records, behind);
+  if (status != kOk) return status;
+  platform::FileIdentity identity;
+  const bool exists = platform::identifyPath(path, identity) == platform::IoStatus::kOk;
+  IndexFile *const replaced = exists ? openIndexAt(identity) : nullptr;
+  if (replaced != nullptr) {
+    if (selected_ != nullptr && &selected_->index() == replaced) selected_ = nullptr;
+    replaced->file().close();
+  }
+  status = IndexBuilder(*this).build(path, tags, count);
+  if (replaced != nullptr) {
+    // Also when nothing was replaced.
+    const int reopened = replaced->reopen();
+    indexesChanged();
+    if (status == kOk) status = reopened;
+    index = status == kOk ? replaced : nullptr;
+  } else if (status == kOk) {
+    status = addIndex(path, index);
+  }
+  return status == kOk ? becomeProduction(*index) : status;
+}
+
+// The header tells other programs to open the index with the table. It also moves the places where
+// records are locked, so that nobody may be at work meanwhile.
+int Table::becomeProduction(IndexFile &index) {
+  if (file_.mode() != OpenMode::kExclusive || readOnlyReason_ != nullptr) return kOk;
+  const base::String own = platform::nativePath(companionName(path().c_str(), "CDX").c_str());
+  platform::FileIdentity identity;
+  if (platform::identifyPath(own.c_str(), identity) != platform::IoStatus::kOk ||
+      identity != index.file().identity()) {
+    return kOk;
+  }
+  header_.indexFlags |= 1;
+  const unsigned char flags = header_.indexFlags;
+  production_ = &index;
+  return file_.write(28, &flags, 1);
+}
+
+int Table::rebuildIndexes() noexcept {
+  const base::String selected(selected_ != nullptr ? selected_->name() : "");
+  selected_ = nullptr;
+  int result = kOk;
+  for (const base::Owned<IndexFile> &index : indexes_) {
+    int status = base::guarded(kErrMemory, [&] { return rebuildIndex(*index); });
+    if (status == kErrMemory && context_.errorCode() == 0) context_.fail(kErrMemory);
+    if (result == kOk) result = status;
+  }
+  indexesChanged();
+  if (!selected.empty()) selected_ = findTag(selected.c_str());
+  return result;
+}
+
+int Table::rebuildIndex(IndexFile &index) {
+  TagDefinitions definitions;
+  definitions.addTagsOf(index);
+  if (definitions.size() == 0) return kOk;
+  const base::String path = index.path();
+  index.file().close();
+  const int status = IndexBuilder(*this).build(path.c_str(), definitions.data(), definitions.size());
+  const int reopened = index.reopen();
+  return status != kOk ? status : reopened;
+}
+
 int Table::closeIndex(IndexFile *index) noexcept {
   for (auto place = indexes_.begin(); place != indexes_.end(); ++place) {
     if (place->get() != index) continue;
     if (selected_ != nullptr && &selected_->index() == index) selected_ = nullptr;
-    const int status = index->file().close();
+    int status = leaveRecord();
+    if (status == kOk) status = flush();
+    const int closed = index->file().close();
     indexes_.erase(place);
-    ++indexGeneration_;
-    return status;
+    indexesChanged();
+    return status != kOk ? status : closed;
   }
   return context_.fail(kErrParameter);
 }
@@ -334,8 +459,7 @@ int Table::arrive(int status, std::uint32_t record) noexcept {
   if (record < 1 || record > count_) {
     return context_.fail(kErrUnexpectedInformation, selected_->index().path().c_str());
   }
-  const int loaded = load(record);
-  if (loaded != kOk) return loaded;
+  defer(record);
   bof_ = status == kBeginningOfFile;
   return status;
 }
@@ -415,21 +539,42 @@ void Table::blankRecord() noexcept {
   std::memcpy(record_, blank_, header_.recordLength);
   loadedFrom_ = 0;
   changed_ = false;
+  deferred_ = false;
+  loadFailure_ = kOk;
+}
+
+int Table::readStored(std::uint32_t number) noexcept {
+  return rereads() ? file_.read(cache_.offsetOf(number), spare_, header_.recordLength)
+                   : cache_.read(number, count_, spare_);
 }
 
 int Table::load(std::uint32_t number) noexcept {
-  const int status = rereads() ? file_.read(cache_.offsetOf(number), spare_, header_.recordLength)
-                               : cache_.read(number, count_, spare_);
+  const int status = readStored(number);
   if (status != kOk) return status;
+  defer(number);
+  deferred_ = false;
+  std::swap(record_, spare_);
+  return kOk;
+}
+
+void Table::defer(std::uint32_t number) noexcept {
   forgetMemoTexts();
-  char *const loaded = spare_;
-  spare_ = record_;
-  record_ = loaded;
   recordNumber_ = number;
   loadedFrom_ = number;
   changed_ = false;
   bof_ = eof_ = false;
-  return kOk;
+  deferred_ = true;
+  loadFailure_ = kOk;
+}
+
+void Table::loadDeferred() noexcept {
+  deferred_ = false;
+  loadFailure_ = readStored(recordNumber_);
+  if (loadFailure_ == kOk) {
+    std::swap(record_, spare_);
+  } else {
+    std::memcpy(record_, blank_, header_.recordLength);
+  }
 }
 
 int Table::settleChange() noexcept {
@@ -529,7 +674,7 @@ const Field *Table::findField(const char *name) const noexcept {
 
 void Table::setDeleted(bool deleted) noexcept {
   const char mark = deleted ? '*' : ' ';
-  if (record_[0] != mark) changeRecord()[0] = mark;
+  if (record()[0] != mark) changeRecord()[0] = mark;
 }
 
 int Table::memoText(const Field &field, std::string_view &text) noexcept {
@@ -587,6 +732,8 @@ int Table::writeRecord(std::int64_t number) noexcept {
   if (status != kOk) return status;
   if (number > count_) return context_.fail(kErrParameter, path().c_str());
   if (readOnlyReason_ != nullptr) return refuseWriting();
+  if (deferred_) loadDeferred();
+  if (loadFailure_ != kOk) return context_.fail(loadFailure_, path().c_str());
 
   const auto target = static_cast<std::uint32_t>(number);
   if (loadedFrom_ != target) status = detachMemoTexts();
@@ -607,7 +754,8 @@ int Table::appendStart() noexcept {
   if (eof_) {
     blankRecord();
   } else {
-    status = detachMemoTexts();
+    if (deferred_) loadDeferred();
+    status = loadFailure_ == kOk ? detachMemoTexts() : loadFailure_;
     if (status != kOk) return status;
   }
   record_[0] = ' ';
@@ -706,6 +854,9 @@ int Table::flushTail() noexcept {
 int Table::flush() noexcept {
   int status = settleChange();
   if (status == kOk) status = flushTail();
+  for (IndexFile *index : lockOrder_) {
+    if (status == kOk) status = index->change().settle(count_);
+  }
   return status == kOk && updateDateDue_ ? writeUpdateDate() : status;
 }
 

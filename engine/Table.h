@@ -14,11 +14,14 @@
 #include "engine/File.h"
 #include "engine/Header.h"
 #include "engine/Index.h"
+#include "engine/IndexBuilder.h"
 #include "engine/Memo.h"
 #include "engine/RecordCache.h"
 #include "platform/System.h"
 
 namespace zk::engine {
+
+class Locate;
 
 constexpr std::size_t kTextBufferSize = 520;  // hex digits of the widest field and more
 
@@ -79,6 +82,8 @@ class Table {
   int bottom() noexcept;
   int skip(std::int64_t count) noexcept;
   int go(std::int64_t number) noexcept;  // -930 outside 1..count
+  // Past the last record, as a skip ends there: kEndOfFile.
+  int goEnd() noexcept { return moveToEnd(); }
   bool atEnd() const noexcept { return eof_; }
   bool atBeginning() const noexcept { return bof_; }
   std::uint32_t recordNumber() const noexcept { return recordNumber_; }
@@ -91,6 +96,7 @@ class Table {
   // within one call.
   void beginScan() noexcept;
   void endScan() noexcept;
+  bool othersMayWrite() const noexcept { return file_.othersMayWrite(); }
 
   // Keeps writers out while the two locks are held: the file lock, shared with other readers.
   int lockForReading(RangeLock &records, RangeLock &behind) noexcept;
@@ -103,17 +109,30 @@ class Table {
   Tag *findTag(const char *name) const noexcept;
   // The order of the moves from now on; null is record order.
   void selectTag(Tag *tag) noexcept { selected_ = tag; }
+  Tag *selectedTag() const noexcept { return selected_; }
+  // In which changes lock them.
+  const base::Vector<IndexFile *> &indexesInLockOrder() const noexcept { return lockOrder_; }
   // Opens an index file of that name (default extension "CDX"), or finds it among the open ones.
   int openIndex(const char *name, IndexFile *&index) noexcept;
+  // Writes an index file of that name (null or "": the table's own) with those tags and opens it. A
+  // file that is there is replaced, or keeps its other tags: 50 when other programs have it open.
+  // In exclusive mode a file of the table's own base name becomes its production index.
+  enum class Existing { kReplaced, kExtended };
+  int createIndex(const char *name, const TagDefinition *tags, std::size_t count,
+                  Existing existing, IndexFile *&index) noexcept;
+  // Writes every open index anew, for a table that no other program has open.
+  int rebuildIndexes() noexcept;
   int closeIndex(IndexFile *index) noexcept;
   bool isProductionIndex(const IndexFile *index) const noexcept { return index == production_; }
   // Seeks in the selected tag: kOk, kNextGreater, kEndOfFile, kNoTag, -1 when its keys have no such
   // form, or an error.
   int seek(std::string_view text) noexcept;
   int seek(double number) noexcept;
+  // The search that was begun last (Locate::begin); null without one.
+  base::Owned<Locate> &locate() noexcept { return locate_; }
 
   // ---- The current record
-  bool deleted() const noexcept { return record_[0] != ' '; }
+  bool deleted() noexcept { return record()[0] != ' '; }
   void setDeleted(bool deleted) noexcept;
   int writeRecord(std::int64_t number) noexcept;  // becomes the current one; -930 outside 1..count
   int writeCurrent() noexcept { return writeRecord(recordNumber_); }
@@ -142,8 +161,12 @@ class Table {
   Table *next() const noexcept { return next_; }
 
   // ---- For fields
-  const char *record() const noexcept { return record_; }
+  const char *record() noexcept {
+    if (deferred_) loadDeferred();
+    return record_;
+  }
   char *changeRecord() noexcept {
+    if (deferred_) loadDeferred();
     changed_ = true;
     return record_;
   }
@@ -153,12 +176,19 @@ class Table {
 
  private:
   friend class Change;
+  friend class IndexUpdate;
   friend class Packer;
+  friend class TableCheck;
 
   int openFiles(const char *name);
   int openMemo();
   int openProductionIndex();
   int addIndex(const char *path, IndexFile *&index);
+  IndexFile *openIndexAt(const platform::FileIdentity &identity) const noexcept;
+  int writeIndex(const char *path, const TagDefinition *tags, std::size_t count, IndexFile *&index);
+  int rebuildIndex(IndexFile &index);
+  int becomeProduction(IndexFile &index);
+  void indexesChanged() noexcept;
   int seekKey(const SeekKey &key) noexcept;
   int skipInOrder(std::int64_t count) noexcept;
   int arrive(int status, std::uint32_t record) noexcept;
@@ -170,6 +200,12 @@ class Table {
   int abandonAppend() noexcept;
   int settleChange() noexcept;
   int load(std::uint32_t number) noexcept;
+  // The record becomes the current one, but is read only when a field is: a walk in a tag's order
+  // jumps through the file. A record that cannot be read then is blank, and cannot be written.
+  void defer(std::uint32_t number) noexcept;
+  void loadDeferred() noexcept;
+  // Record `number`, as it is stored, into the spare buffer.
+  int readStored(std::uint32_t number) noexcept;
   void blankRecord() noexcept;
   void forgetMemoTexts() noexcept;
   int detachMemoTexts() noexcept;
@@ -182,7 +218,10 @@ class Table {
   static void stampDate(unsigned char *bytes) noexcept;
   int writeUpdateDate() noexcept;
   int writeCount(std::uint32_t count) noexcept;
-  char *memoReference(const Field &field) noexcept { return record_ + field.offset; }
+  char *memoReference(const Field &field) noexcept {
+    if (deferred_) loadDeferred();
+    return record_ + field.offset;
+  }
 
   Context &context_;
   Table *next_ = nullptr;
@@ -195,7 +234,8 @@ class Table {
   base::Vector<Field> fields_;
   FieldNames names_;
   base::Vector<MemoText> memoTexts_;
-  const char *readOnlyReason_ = nullptr;
+  const char *ownReadOnlyReason_ = nullptr;
+  const char *readOnlyReason_ = nullptr;  // the table's own, or an index's
 
   std::uint32_t count_ = 0;         // records, the unwritten tail included
   std::uint32_t recordNumber_ = 0;  // 0 during an append
@@ -206,13 +246,17 @@ class Table {
   bool changed_ = false;    // the buffer differs from the record
   bool appending_ = false;  // between appendStart and append
   bool scanning_ = false;
+  bool deferred_ = false;  // the buffer does not hold the current record yet
+  int loadFailure_ = 0;    // the code of what kept the current record from being read
   bool memoTouched_ = false;    // some memo text is loaded or changed
   bool updateDateDue_ = false;  // records were rewritten since the header's date was
 
   base::Vector<base::Owned<IndexFile>> indexes_;
+  base::Vector<IndexFile *> lockOrder_;
   IndexFile *production_ = nullptr;
   Tag *selected_ = nullptr;
   std::uint32_t indexGeneration_ = 0;
+  base::Owned<Locate> locate_;
 
   base::OwnedBlock<char> buffers_;  // the three below, each one byte longer than a record
   char *record_ = nullptr;

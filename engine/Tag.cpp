@@ -4,14 +4,14 @@
 #include <cstring>
 
 #include "engine/Index.h"
+#include "engine/RecordSet.h"
 #include "engine/Table.h"
 
 namespace zk::engine {
 namespace {
 
 constexpr int kDepthLimit = 64;
-// How often a walk begins again because of other programs' changes before it counts as locked.
-constexpr int kRetries = 1000;
+constexpr int kHopefulTries = 3;
 
 }  // namespace
 
@@ -19,6 +19,19 @@ bool Tag::Bound::isBehind(const unsigned char *other, std::uint32_t otherRecord)
   int order = std::memcmp(other, key, length);
   if (order == 0 && record != 0 && otherRecord != record) order = otherRecord < record ? -1 : 1;
   return order < 0 || (order == 0 && behindEquals);
+}
+
+bool KeyPlace::isBefore(const KeyPlace &other) const noexcept {
+  const int order = std::memcmp(bytes, other.bytes, std::min(length, other.length));
+  if (order != 0) return order < 0;
+  if (length == other.length) return !behindEquals && other.behindEquals;
+  // What begins with the longer key begins with the shorter one as well.
+  return length < other.length ? !behindEquals : other.behindEquals;
+}
+
+void KeyRange::intersect(const KeyRange &other) noexcept {
+  if (from.isBefore(other.from)) from = other.from;
+  if (other.to.isBefore(to)) to = other.to;
 }
 
 int Tag::open(std::string_view name, std::uint32_t offset, std::uint64_t fileLength) {
@@ -33,9 +46,9 @@ int Tag::open(std::string_view name, std::uint32_t offset, std::uint64_t fileLen
   layout_.length = header_.keyLength;
   layout_.fill = 0;
 
+  const Context::Quiet quiet(table_.context());  // what cannot be evaluated is that tag's problem
   problem_ = compileExpressions();
   if (problem_ == kOk) layout_ = form_.layout();
-  table_.context().clearError();  // what cannot be evaluated is that tag's problem
   return kOk;
 }
 
@@ -51,6 +64,7 @@ int Tag::compileExpressions() {
   if (header_.filter.empty()) return kOk;
   status = Expression::compile(table_, header_.filter, filter_);
   if (status == kOk && filter_->usesOtherTable()) status = kErrAlias;
+  if (status == kOk && filter_->usesMemo()) status = kErrSubexpressionType;
   return status == kOk ? filter_->requireLogical() : status;
 }
 
@@ -66,22 +80,68 @@ SeekKey Tag::keyOf(double number) const noexcept {
   return key;
 }
 
+// ---- For changes
+
+void Tag::setRoot(std::uint32_t root) noexcept {
+  header_.root = root;
+  rootVersion_ = index_.foreignVersion();
+}
+
+int Tag::refreshRoot() noexcept {
+  if (rootVersion_ == index_.foreignVersion()) return kOk;
+  unsigned char root[4];
+  const int status = index_.file().read(offset_, root, sizeof root);
+  if (status == kOk) setRoot(readLittle32(root));
+  return status;
+}
+
+int Tag::evaluate(unsigned char *key, bool &inTag) noexcept {
+  inTag = true;
+  int status = problem_;
+  if (status == kOk && filter_ != nullptr) status = filter_->evaluateCondition(inTag);
+  if (status != kOk || !inTag) return status;
+  Value value;
+  status = expression_->evaluate(value);
+  if (status == kOk) form_.put(value, key);
+  return status;
+}
+
 // ---- The pages of one moment
 
+int Tag::reported(int status) noexcept {
+  if (status >= 0) return status;
+  if (status == kErrIndex) return index_.damaged();
+  return table_.context().fail(status, index_.path().c_str());
+}
+
+// A few times in the hope that no writer comes between, then with the writers kept out.
 template <typename Step>
 int Tag::consistently(Step step) noexcept {
-  for (int i = 0; i < kRetries; ++i) {
+  RangeLock lock;
+  bool locked = false;
+  for (int tries = 0;;) {
     int status = index_.refresh();
+    if (status == kLocked && locked) return index_.fallBehind();
+    if (status != kOk && status != kLocked) return status;
+    if (status == kOk) {
+      const std::uint64_t version = index_.version();
+      pagesRead_ = false;
+      {
+        // Pages that do not belong together look damaged.
+        const Context::Quiet quiet(table_.context());
+        if (leafPage_ != kNoPage && version_ != version) status = recover();
+        if (status == kOk) status = step();
+      }
+      if (locked || !pagesRead_ || !index_.file().othersMayWrite()) return reported(status);
+      const int seen = index_.refresh();
+      if (seen == kOk && index_.version() == version) return reported(status);
+      if (seen != kOk && seen != kLocked) return seen;
+      if (++tries < kHopefulTries) continue;
+    }
+    status = index_.waitForWriters(lock);
     if (status != kOk) return status;
-    const std::uint64_t version = index_.version();
-    if (leafPage_ != kNoPage && version_ != version) status = recover();
-    if (status == kOk) status = step();
-    const int seen = index_.refresh();
-    if (seen != kOk) return seen;
-    if (index_.version() == version) return status;
-    table_.context().clearError();  // of pages that did not belong together
+    locked = index_.file().needsLocks();
   }
-  return kLocked;
 }
 
 // The leaf is read anew at the entry that the last call gave, or where it was.
@@ -113,6 +173,7 @@ int Tag::report(int status, std::uint32_t &record) noexcept {
 
 int Tag::readLeaf(std::uint32_t offset) noexcept {
   IndexPage page;
+  pagesRead_ = true;
   const int status = index_.readPage(offset, page);
   if (status != kOk) return status;
   switch (leaf_.read(page, layout_)) {
@@ -136,14 +197,10 @@ int Tag::readLeaf(std::uint32_t offset) noexcept {
 // From the root to a leaf, by the child that `choose` picks of each interior page.
 template <typename Choose>
 int Tag::descend(Choose choose) noexcept {
+  pagesRead_ = true;
+  const int rooted = refreshRoot();
+  if (rooted != kOk) return rooted;
   std::uint32_t offset = header_.root;
-  if (index_.file().othersMayWrite()) {
-    // A tree that grew has another root.
-    unsigned char root[4];
-    const int status = index_.file().read(offset_, root, sizeof root);
-    if (status != kOk) return status;
-    offset = readLittle32(root);
-  }
   for (int depth = 0; depth < kDepthLimit; ++depth) {
     IndexPage page;
     const int status = index_.readPage(offset, page);
@@ -329,6 +386,76 @@ int Tag::seekCurrentRecord(std::uint32_t &record) noexcept {
     return found == kOk ? kNextGreater : found;
   });
   return report(status, record);
+}
+
+// ---- Many entries at once
+
+// Calls `entry` with the record of each entry in the range, in the file's order, until it gives
+// something else than kOk.
+template <typename Visit>
+int Tag::visit(const KeyRange &range, Visit entry) noexcept {
+  const Bound end = {range.to.bytes, range.to.length, 0, range.to.behindEquals};
+  int status = toBound({range.from.bytes, range.from.length, 0, range.from.behindEquals});
+  while (status == kOk) {
+    for (; !atEnd() && status == kOk; ++at_) {
+      if (!end.isBehind(leaf_.key(at_), leaf_.record(at_))) return kOk;
+      status = entry(leaf_.record(at_));
+    }
+    if (status == kOk) status = moveToSibling(leafRight_, true);
+  }
+  return status == kEndOfFile ? kOk : status;
+}
+
+int Tag::collect(const KeyRange &range, std::uint32_t most, RecordSet &records) noexcept {
+  losePosition();
+  const int status = consistently([&] {
+    records.clear();
+    return visit(range, [&](std::uint32_t record) {
+      if (!records.add(record)) return index_.damaged();
+      return records.size() <= most ? kOk : kEndOfFile;
+    });
+  });
+  losePosition();
+  return status;
+}
+
+int Tag::order(const KeyRange &range, const RecordSet &set, base::Vector<std::uint32_t> &records) {
+  records.reserve(set.size());
+  losePosition();
+  const int status = consistently([&] {
+    records.clear();
+    return visit(range, [&](std::uint32_t record) {
+      if (record < 1 || record > set.largest()) return index_.damaged();
+      if (!set.contains(record)) return kOk;
+      if (records.size() == set.size()) return index_.damaged();  // some record twice
+      records.push_back(record);
+      return kOk;
+    });
+  });
+  losePosition();
+  if (header_.descending) std::reverse(records.begin(), records.end());
+  return status;
+}
+
+int Tag::countKeys(std::uint32_t &count) noexcept {
+  losePosition();
+  const int status = consistently([this, &count] {
+    count = 0;
+    return visit(KeyRange(), [&count](std::uint32_t) {
+      ++count;
+      return kOk;
+    });
+  });
+  losePosition();
+  return status;
+}
+
+void Tag::losePosition() noexcept {
+  leafPage_ = kNoPage;
+  leaf_.clear();
+  at_ = 0;
+  displaced_ = false;
+  atRecord_ = 0;
 }
 
 }  // namespace zk::engine

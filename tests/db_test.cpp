@@ -962,7 +962,7 @@ TEST_F(DbTest, ThousandsOfRecordsReadTheSameInEveryMode) {
   }
 }
 
-// ---- Index functions of a library without indexes
+// ---- Index functions that have nothing to work on
 
 TEST_F(DbTest, IndexFunctionsGiveTheirFailures) {
   const int32_t table = parts(1);
@@ -970,15 +970,23 @@ TEST_F(DbTest, IndexFunctionsGiveTheirFailures) {
   EXPECT_EQ(zk_Db_openNdx(table + 1, "x"), -1);
   EXPECT_EQ(zk_Db_createNdx(table + 1, "x", "PART", 0), -1);
   // The id of an index that could not be made is not kept.
-  EXPECT_EQ(zk_Db_createNdx(table, path("x").c_str(), "PART", 0), 100);
-  EXPECT_EQ(zk_DbError_code(), -1010);
-  EXPECT_EQ(zk_Db_createNdx(table, path("x").c_str(), "", 0), 100);
-  EXPECT_EQ(zk_Db_closeNdx(100), 1);
-  EXPECT_EQ(zk_DbTagRef_selNdx(100), nullptr);
-  EXPECT_EQ(zk_Cb_i4create(zk_DbRef_sel(table), path("x").c_str(), "PART", 100, 0), nullptr);
+  const struct {
+    const char *tagInfo;
+    int code;
+  } kWrong[] = {{"PART, NOBODY", -490}, {"UPPER(PART", -450}, {"PART+1", -460}, {" , ", 0}};
+  for (const auto &wrong : kWrong) {
+    EXPECT_EQ(zk_Db_createNdx(table, path("x").c_str(), wrong.tagInfo, 0), 100);
+    EXPECT_EQ(zk_DbError_code(), wrong.code) << wrong.tagInfo;
+    EXPECT_EQ(zk_Db_closeNdx(100), 1);
+    EXPECT_EQ(zk_DbTagRef_selNdx(100), nullptr);
+    EXPECT_EQ(zk_Cb_i4create(zk_DbRef_sel(table), path("x").c_str(), wrong.tagInfo, 100, 0),
+              nullptr);
+    EXPECT_EQ(zk_Cb_createNdx(path("PARTS").c_str(), wrong.tagInfo, 0), 0);
+  }
+  EXPECT_EQ(zk_Cb_createNdx(path("NOBODY").c_str(), "PART", 0), 0);
+  EXPECT_EQ(zk_Cb_i4create(zk_DbRef_sel(table), nullptr, "PART", 100, 0), nullptr);
   EXPECT_EQ(zk_DbTagRef_sel(zk_DbRef_sel(table), 100), nullptr);
   EXPECT_EQ(zk_Cb_findTag(zk_DbRef_sel(table), "TAG000"), nullptr);
-  EXPECT_EQ(zk_Cb_createNdx(path("PARTS").c_str(), "PART", 0), 0);
   EXPECT_EQ(files(), (Texts{"PARTS.DBF"}));
 }
 

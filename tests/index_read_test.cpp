@@ -56,7 +56,7 @@ const TagCase kTags[] = {
 
 class IndexReadTest : public TableTest {
  protected:
-  // A table with a production index of all the tags, open read-only because of it.
+  // A table with a production index of all the tags.
   int32_t makeTable(int count, unsigned seed) {
     std::mt19937 random(seed);
     const int32_t made = createTable(path("T.DBF"), "NAME C 12, QTY N 8 0, DAY D");
@@ -116,7 +116,7 @@ std::vector<int> walk(int32_t table, int status, int (*step)(int32_t, int32_t), 
 
 TEST_F(IndexReadTest, WalksInTheOrderOfEveryTag) {
   const int32_t table = makeTable(3000, 1);
-  EXPECT_STREQ(zk_Db_readOnlyReason(table), "its production index cannot be maintained");
+  EXPECT_STREQ(zk_Db_readOnlyReason(table), "");
   EXPECT_EQ(zk_Tag_count(table), static_cast<int32_t>(std::size(kTags)));
   EXPECT_EQ(zk_Tag_find(table, "nobody"), -1);
   for (const TagCase &tag : kTags) {
@@ -218,9 +218,7 @@ TEST_F(IndexReadTest, FurtherIndexFilesOfAReadOnlyTable) {
   zk_Db_closeAll();
   fs::rename(path("T.CDX"), path("other.cdx"));
   int32_t table = openTable(path("T.DBF"));
-  EXPECT_STREQ(zk_Db_readOnlyReason(table), "") << "without the index nothing falls behind";
-  EXPECT_EQ(zk_Db_openNdx(table, path("other").c_str()), -1);
-  EXPECT_EQ(zk_DbError_code(), -1010);
+  EXPECT_GE(zk_Db_openNdx(table, path("other").c_str()), 100);
   zk_Db_closeAll();
 
   ASSERT_EQ(zk_File_setReadOnlyAccess(path("T.DBF").c_str()), 1);

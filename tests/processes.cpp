@@ -35,6 +35,13 @@ int descriptor(std::intptr_t value) { return static_cast<int>(value); }
   _exit(127);
 }
 
+// The exit code; -1 when it was killed.
+int waitForEnd(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) continue;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 }  // namespace
 
 Role::Role(const char *name, RoleFn run) { roles()[name] = run; }
@@ -123,11 +130,16 @@ void Process::kill() {
 int Process::wait() {
   closeInput();
   if (process_ == -1) return exitCode_;
-  int status = 0;
-  while (waitpid(static_cast<pid_t>(process_), &status, 0) < 0 && errno == EINTR) continue;
+  exitCode_ = waitForEnd(static_cast<pid_t>(process_));
   process_ = -1;
-  exitCode_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return exitCode_;
+}
+
+int inACopy(const std::function<int()> &work) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) _exit(work());
+  return waitForEnd(child);
 }
 
 ByteLock::ByteLock(const std::string &path, std::uint64_t start, std::uint64_t length) {

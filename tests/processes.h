@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -54,6 +55,10 @@ class Process {
   int exitCode_ = -1;
   std::string received_;
 };
+
+// Runs the work in a copy of this program as it stands, which is ended afterwards without closing
+// anything: its exit code, or -1 when it was killed.
+int inACopy(const std::function<int()> &work);
 
 // A byte range locked by the system's own means, past the library. It keeps other programs out, but
 // not this one: use it in a role that leaves the library alone.

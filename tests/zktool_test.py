@@ -3,7 +3,8 @@
 
 Independent readers (python3-dbfread, pgdbf, libdbd-xbase-perl) check what zktool writes and reads.
 Tables written by other programs are taken from ZK_TEST_DATA (default: ../shared/data beside the
-checkout); those tests are skipped when the folder is absent.
+checkout); those tests are skipped when the folder is absent. ZK_TABLE_EDITOR names the program
+table_editor, which changes records; without it, what needs changed records is skipped.
 """
 
 import csv
@@ -14,6 +15,7 @@ import io
 import json
 import os
 import pty
+import random
 import re
 import resource
 import shutil
@@ -29,6 +31,7 @@ import dbfread
 
 ZKTOOL = ""
 HERE = os.path.dirname(os.path.abspath(__file__))
+TABLE_EDITOR = os.environ.get("ZK_TABLE_EDITOR", "")
 DATA = os.environ.get("ZK_TEST_DATA", os.path.join(HERE, "..", "..", "shared", "data"))
 
 
@@ -118,6 +121,11 @@ class Usage(Case):
             ("cat", table, "--unknown"),
             ("cat", table, "--index", "x.cdx"),
             ("seek", table),
+            ("index", table),
+            ("index", table, ""),
+            ("index", table, "A,"),
+            ("index", table, "A, ,B"),
+            ("index", table, "A,B", "--tag", "X"),
             ("import", table),
             ("import", table, "x.csv", "--append", "--fields", "A,C,1"),
             ("pack",),
@@ -133,16 +141,17 @@ class Usage(Case):
     def test_help_and_version(self):
         self.assertRegex(self.ok("--version"), rb"\Azktool \d+\.\d+\.\d+\n\Z")
         for arguments in [("--help",), ("info", "--help"), ("cat", "-h"), ("seek", "--help"),
-                          ("import", "--help"), ("pack", "--help")]:
+                          ("index", "--help"), ("import", "--help"), ("pack", "--help")]:
             self.assertIn(b"Usage: zktool", self.ok(*arguments))
 
     def test_missing_and_damaged_files_are_1(self):
         damaged = self.write("damaged.dbf", b"this is no table at all, only some text in a file")
-        for command in ["info", "cat", "pack"]:
+        for command, *more in [("info",), ("cat",), ("pack",), ("index", "A")]:
             with self.subTest(command=command):
-                self.assertRegex(self.fails(1, command, self.path("absent")),
+                self.assertRegex(self.fails(1, command, self.path("absent"), *more),
                                  r"absent\.DBF: Opening File \(-60\)\n")
-                self.assertIn("File is not a Data File (-200)", self.fails(1, command, damaged))
+                self.assertIn("File is not a Data File (-200)",
+                              self.fails(1, command, damaged, *more))
         self.assertIn("absent.csv: No such file",
                       self.fails(1, "import", self.path("t.dbf"), "absent.csv"))
         self.assertIn("(-60)", self.fails(1, "import", self.path("absent.dbf"),
@@ -219,9 +228,34 @@ class Cat(Case):
         self.assertEqual([line for line in lines if line.startswith("*")],
                          ["* gone    2.00  20240201  F"])
 
+    def test_where(self):
+        self.odd_table()
+        self.ok("index", self.path("t.dbf"), "T", "--descending", "--tag", "DOWN")
+        cases = [  # options, values of T
+            (["--where", "N > 1.4 .and. N < 3"], ['a,"b']),
+            (["--where", "N>1.4 .AND. N<3", "--deleted"], ['a,"b', "gone"]),
+            (["--where", "t = ' '", "--order", "down"], [" x", "", "", ""]),
+            (["--where", "T = ' '", "--order", "DOWN", "--limit", "2"], [" x", ""]),
+            (["--where", "DELETED()"], []),
+            (["--where", "RECNO() = 7 .OR. RECNO() = 3"], [" x", ""]),
+            (["--where", ""], ['a,"b', " x", "\r\ny", "", "", ""]),
+        ]
+        for options, texts in cases:
+            with self.subTest(options=options):
+                self.assertEqual([row["T"] for row in self.json_rows("t.dbf", *options)], texts)
+                self.assertEqual([row[0] for row in self.csv_rows("t.dbf", *options)[1:]], texts)
+        for condition, message in [("N +", "N +: Expression not Complete (-410)"),
+                                   ("N", "N: Expecting logical result. (-950)"),
+                                   ("NOBODY = 1", "NOBODY = 1: Unrecognized Value (-490)"),
+                                   ("1/(RECNO()-1) > 0", ": Overflow while Evaluating Expression (-440), record 1")]:
+            for limit in ["0", "5"]:
+                self.assertIn(message, self.fails(1, "cat", self.path("t"), "--where", condition,
+                                                  "--limit", limit))
+
     def test_empty_table(self):
         make_table(self.path("t.dbf"), self.FIELDS, [])
         self.assertEqual(self.json_rows(), [])
+        self.assertEqual(self.json_rows("t.dbf", "--where", "N = 1"), [])
         self.assertEqual(self.csv_rows(), [["T", "N", "D", "L"]])
         self.assertEqual(len(self.ok("cat", self.path("t.dbf")).splitlines()), 2)
 
@@ -348,13 +382,21 @@ class Tags(Case):
 
         file, heading, *lines = tags()
         self.assertRegex(file, r"^index +\S*setup\.CDX$")
-        self.assertEqual(heading.split(), ["tag", "key", "length", "flags", "expression"])
+        self.assertEqual(heading.split(), ["tag", "key", "length", "keys", "flags", "expression"])
         self.assertEqual([line.split() for line in lines],
-                         [["KEY_NAME", "50", "unique", "key_name"]])
+                         [["KEY_NAME", "50", "3", "candidate", "key_name"]])
         self.patch_tag(502, b"\1")
+        self.assertRegex(tags()[2], "candidate, descending  key_name$")
+        self.patch_tag(14, b"\x61")
         self.assertRegex(tags()[2], "unique, descending  key_name$")
         self.patch_tag(512, b"no_field")
         self.assertRegex(tags()[3], r"^  no seeks, as its keys cannot be evaluated: .+ \(-\d+\)$")
+        root = struct.unpack_from("<I", self.contents()["setup.CDX"], self.TAG_HEADER)[0]
+        self.patch("setup.CDX", root, b"\xff" * 512)
+        _, message, _, line, _ = tags()
+        self.assertEqual(message.strip(), "Corrupt index file (-310): zktool check --repair " +
+                         self.path("setup"))
+        self.assertEqual(line.split()[2], "?")
 
     def test_cat_in_order(self):
         for descending in [False, True]:
@@ -423,11 +465,11 @@ class Tags(Case):
     def test_further_index_files(self):
         plain = self.add_table_without_production_index(0o644)
         index = self.path("setup.CDX")
-        self.assertIn("(-1010)", self.fails(1, "seek", plain, "CALLS", "--index", index))
-        os.chmod(plain, 0o444)
-        self.assertEqual(self.seek("CONT", "--index", index, table="plain"), (0, 2, ""))
-        self.assertEqual(self.csv_rows("plain.dbf", "--order", "KEY_NAME", "--index", index)[3][0],
-                         self.KEYS[2])
+        for mode in [0o644, 0o444]:
+            os.chmod(plain, mode)
+            self.assertEqual(self.seek("CONT", "--index", index, table="plain"), (0, 2, ""))
+            rows = self.csv_rows("plain.dbf", "--order", "KEY_NAME", "--index", index)
+            self.assertEqual(rows[3][0], self.KEYS[2])
         # The production index is open already; the tag of another file has the same name.
         self.assertEqual(self.seek("CONT", "--index", index), (0, 2, ""))
         shutil.copy(index, self.path("other.cdx"))
@@ -438,6 +480,134 @@ class Tags(Case):
             self.assertEqual(self.seek("CONT", "--index", self.path("other"), *options)[:2], (0, 3))
         self.assertIn("(-60)", self.fails(1, "seek", plain, "X", "--index", self.path("absent")))
         self.assertIn("(-310)", self.fails(1, "seek", plain, "X", "--index", plain))
+
+
+class Index(Case):
+    FIELDS = [("A", "C", 4, 0), ("B", "N", 5, 1)]
+    ROWS = [("pear", 2), ("fig", -1.5), ("fig", 30), ("kiwi", 2)]
+
+    def setUp(self):
+        super().setUp()
+        make_table(self.path("t.dbf"), self.FIELDS,
+                   [b" %-4s%5.1f" % (a.encode(), b) for a, b in self.ROWS])
+
+    def index(self, *arguments):
+        return self.ok("index", self.path("t.dbf"), *arguments).decode().splitlines()
+
+    def tag_lines(self):
+        text = self.ok("info", self.path("t")).decode()
+        return text[text.index("\nindex "):].splitlines()[1:]
+
+    def order(self, tag, *options):
+        """Record numbers in the order of the tag."""
+        rows = self.csv_rows("t.dbf", "--order", tag, *options)[1:]
+        texts = [(a, float(b)) for a, b in rows]
+        return [self.ROWS.index(text) + 1 for text in texts]
+
+    def test_lists_of_expressions(self):
+        cases = [  # argument, expressions
+            ("A", ["A"]),
+            (" A , B ", ["A", "B"]),
+            ("SUBSTR(A,1,3),B", ["SUBSTR(A,1,3)", "B"]),
+            ("IIF(B>1,SUBSTR(A,1,2),LEFT(A,2)) , -B", ["IIF(B>1,SUBSTR(A,1,2),LEFT(A,2))", "-B"]),
+            ("A+',(', B", ["A+',('", "B"]),
+            ('A+")\',", B', ['A+")\',"', "B"]),
+            ("A+[,')(], B", ["A+[,')(]", "B"]),
+        ]
+        for argument, expressions in cases:
+            with self.subTest(argument=argument):
+                self.assertEqual(self.index(argument, "--name", self.path("x.cdx")),
+                                 [f"{self.path('x.cdx')}: tag TAG00{i}, 4 keys: {expression}"
+                                  for i, expression in enumerate(expressions)])
+                os.remove(self.path("x.cdx"))
+
+    def test_production_index(self):
+        self.index("A, B")
+        self.index("B", "--descending", "--tag", "down")
+        self.index("A + STR(B)", "--unique", "--filter", "B > 0")  # replaces the first
+        file, heading, *lines = self.tag_lines()
+        self.assertRegex(file, r"^index +\S*t\.cdx$")
+        self.assertEqual(heading.split()[-2:], ["expression", "filter"])
+        self.assertEqual([line.split(maxsplit=3) for line in lines], [
+            ["DOWN", "8", "4", "descending  B"],
+            ["TAG000", "14", "3", "unique      A + STR(B)  B > 0"],
+            ["TAG001", "8", "4", "            B".strip()]])
+        self.assertEqual(self.order("TAG000"), [3, 4, 1])
+        self.assertEqual(self.order("tag001"), [2, 1, 4, 3])
+        self.assertEqual(self.order("DOWN"), [3, 4, 1, 2])
+        self.assertEqual(self.ok("seek", self.path("t"), "2", "--tag", "TAG001").split()[1], b"1")
+
+        # The index is kept up to date, and refuses equal keys in the unique tag.
+        self.import_csv("A,B\nplum,7\nplum,-7\n", "--append")
+        self.assertEqual([line.split()[2] for line in self.tag_lines()[2:]], ["6", "4", "6"])
+        self.assertEqual(self.csv_rows("t.dbf", "--order", "DOWN")[-1], ["plum", "-7.0"])
+        self.write("in.csv", "A,B\nnew,1\nplum,7\n")
+        self.assertRegex(
+            self.fails(1, "import", self.path("t"), self.path("in.csv"), "--append"),
+            r"Unique Key Error \(-340\), after 1 records\n$")
+        self.assertEqual(self.ok("pack", self.path("t")).split()[1], b"0")
+        self.assertEqual([line.split()[2] for line in self.tag_lines()[2:]], ["7", "5", "7"])
+
+    def test_further_files(self):
+        self.index("A")
+        self.assertEqual(self.index("B", "--name", self.path("other")),
+                         [f"{self.path('other.CDX')}: tag TAG000, 4 keys: B"])
+        self.assertEqual(self.order("TAG000"), [2, 3, 4, 1])
+        self.assertEqual(self.order("TAG000", "--index", self.path("other")), [2, 1, 4, 3])
+        self.assertEqual(len(self.tag_lines()), 3)
+        self.write("data.cdx", "something else")
+        self.assertIn("data.cdx: Corrupt index file (-310)",
+                      self.fails(1, "index", self.path("t"), "A", "--name", self.path("data.cdx")))
+
+    def test_failures_change_nothing(self):
+        self.index("A,B")
+        cases = [  # arguments, message
+            (["A,NOBODY"], "NOBODY: Unrecognized Value (-490)"),
+            (["B,UPPER(A"], "UPPER(A: Right Bracket Missing (-450)"),
+            (["B,A", "--unique"], ": B: Unique Key Error (-340)"),
+            (["A,A", "--unique"], ": A: Unique Key Error (-340)"),
+            (["1/B+A"], "1/B+A: "),
+            (["A", "--filter", "B"], "B: Filter should be Logical (-950)"),
+            (["A", "--filter", "B >"], "B >: Expression not Complete (-410)"),
+            (["A", "--tag", "ELEVENCHARS"], "A: Tag name should have at most 10 characters (-930)"),
+            (["A", "--tag", ""], "A: Tag Name not Found (-330)"),
+            (["A", "--name", self.path("no/such/file")], "(-20)"),
+        ]
+        before = self.contents()
+        for arguments, message in cases:
+            with self.subTest(arguments=arguments):
+                self.assertIn(message, self.fails(1, "index", self.path("t.dbf"), *arguments))
+                self.assertEqual(self.contents(), before)
+        os.chmod(self.path("t.dbf"), 0o444)
+        self.assertIn("read-only", self.fails(1, "index", self.path("t.dbf"), "A"))
+        self.assertEqual(self.contents(), before)
+        self.index("A", "--name", self.path("other"))
+
+    def test_a_table_in_use(self):
+        self.import_csv("A\n" + "some text in a row\n" * 20000, table="u.dbf")
+        reader = subprocess.Popen([ZKTOOL, "cat", self.path("u.dbf")], stdout=subprocess.PIPE)
+        self.addCleanup(reader.stdout.close)
+        reader.stdout.read(10)  # it now waits for its output to be read, with the table open
+        self.assertRegex(self.fails(1, "index", self.path("u"), "A"), r"u\.dbf: .+ \(-\d+\)\n")
+        self.ok("index", self.path("u"), "A", "--name", self.path("other"))
+        reader.stdout.read()
+        reader.wait(60)
+        self.ok("index", self.path("u"), "A")
+
+    def test_an_index_that_is_behind(self):
+        self.index("A")
+        table = bytearray(self.contents()["t.dbf"])
+        table[4:8] = struct.pack("<I", 3)  # a record went without the index
+        self.write("t.dbf", bytes(table))
+        _, message, _, line = self.tag_lines()
+        self.assertEqual(message.strip(), "Index is behind its table (-310): "
+                         "zktool check --repair " + self.path("t"))
+        self.assertEqual(line.split()[:3], ["TAG000", "4", "?"])
+        for arguments in [("cat", self.path("t"), "--order", "TAG000"),
+                          ("seek", self.path("t"), "fig"),
+                          ("import", self.path("t"), self.write("in.csv", "A\nx\n"), "--append")]:
+            self.assertIn("t.cdx: Index is behind its table (-310)", self.fails(1, *arguments))
+        self.assertEqual(len(self.csv_rows()), 4)  # the records are there
 
 
 class Import(Case):
@@ -656,6 +826,79 @@ class Pack(Case):
         reader.wait(60)
 
 
+class Check(Case):
+    """The findings themselves are tested with the library."""
+
+    def setUp(self):
+        super().setUp()
+        self.table = self.path("t.dbf")
+        self.import_csv("A,N\n" + "".join(f"text {i},{i * 7 % 100}\n" for i in range(300)))
+        self.ok("index", self.table, "A,N")
+        self.ok("index", self.table, "N", "--name", self.path("other.cdx"))
+
+    def lines(self, status, *arguments):
+        """Each line without the folder; with findings one line on standard error says how many."""
+        result = run("check", self.table, *arguments)
+        self.assertEqual(result.returncode, status, result)
+        self.assertEqual(bool(result.stderr), status == 1, result)
+        if status == 1:
+            self.assertRegex(result.stderr, rb"\Azktool: .*t\.dbf: \d+ findings?\n\Z")
+        return result.stdout.decode().replace(self.directory + "/", "").splitlines()
+
+    def patch(self, name, offset, data):
+        with open(self.path(name), "r+b") as file:
+            file.seek(offset)
+            file.write(data)
+
+    def test_a_good_table(self):
+        self.assertEqual(self.lines(0, "--index", self.path("other"), "--index", self.path("t.cdx")),
+                         ["t.dbf: nothing is wrong"])
+
+    def test_findings_and_repair(self):
+        rows = self.csv_rows()
+        self.patch("t.dbf", 4, struct.pack("<I", 307))
+        self.patch("t.cdx", 68, b"\0\0\0\1")
+        self.patch("other.cdx", 68, b"\0\0\0\1")
+        before = self.contents()
+        found = ["t.dbf: header: it counts 307 records, but the file holds 300",
+                 "t.cdx: a change was begun, but not finished"]
+        self.assertEqual(self.lines(1), found)
+        other = "other.cdx: a change was begun, but not finished"
+        self.assertEqual(self.lines(1, "--index", self.path("other")), found + [other])
+        self.assertEqual(self.contents(), before)
+        mended = ["t.dbf: mended: the header counts 300 records",
+                  "t.cdx: mended: written anew with 2 tags", "t.dbf: nothing is wrong"]
+        self.assertEqual(self.lines(0, "--repair"), found + mended)
+        self.assertEqual(self.lines(1, "--index", self.path("other")), [other])
+        self.assertEqual(self.csv_rows(), rows)
+        self.assertEqual(sorted(self.csv_rows("t.dbf", "--order", "TAG000")[1:]), sorted(rows[1:]))
+
+    def test_what_cannot_be_mended_is_left(self):
+        with open(self.table, "rb") as file:
+            header = struct.unpack_from("<8xH", file.read())[0]
+        self.patch("t.dbf", header, b"?")
+        self.patch("t.cdx", 68, b"\0\0\0\1")
+        lines = self.lines(1, "--repair")
+        finding = "record 1: the deletion mark 0x3F is neither blank nor an asterisk"
+        self.assertEqual((lines[0], lines[-1]),
+                         (f"t.dbf: {finding}", f"t.dbf: left: {finding}"))
+
+    def test_tables_that_cannot_be_checked(self):
+        self.fails(1, "check", self.path("none.dbf"))
+        self.fails(1, "check", self.table, "--index", self.path("none.cdx"))
+        self.fails(2, "check", self.table, self.table)
+        self.import_csv("A,N\n" + "more,1\n" * 20000, "--append")
+        busy = subprocess.Popen([ZKTOOL, "cat", self.table, "--format", "csv"],
+                                stdout=subprocess.PIPE)
+        self.addCleanup(busy.stdout.close)
+        busy.stdout.read(10)  # it now waits for its output to be read, with the table open
+        self.assertEqual(self.lines(0), ["t.dbf: nothing is wrong"])
+        self.assertRegex(self.fails(1, "check", self.table, "--repair"),
+                         r"In use by another program \(-50\)")
+        busy.stdout.read()
+        busy.wait(60)
+
+
 # Independent readers: each gives rows of values in the form of normal().
 
 
@@ -799,6 +1042,74 @@ class Witnesses(Case):
         source = os.path.join(HERE, "..", "examples", "plant", "piping.csv")
         run("import", self.path("t.dbf"), source)
         self.compare(self.path("t.dbf"), READERS)
+
+    TAGS = {  # options of `index`; whether a row is in the tag; its key as XBase shows it
+        "NAME": (["NAME"], lambda row: True, lambda row: row["NAME"]),
+        "QTY": (["QTY"], lambda row: True, lambda row: row["QTY"]),
+        "DAY": (["DAY"], lambda row: True, lambda row: row["DAY"].toordinal() + 1721425),
+        "DOWN": (["QTY", "--descending"], lambda row: True, lambda row: row["QTY"]),
+        "LIVE": (["LEFT(NAME,3)+STR(ID,6)", "--filter", ".NOT. DELETED() .AND. QTY < 0"],
+                 lambda row: not row["deleted"] and row["QTY"] < 0,
+                 lambda row: f"{row['NAME'][:3]:3}{row['ID']:6}"),
+    }
+
+    def compare_tags(self, rows):
+        table = self.path("t.dbf")
+        dumps = {name: subprocess.Popen(
+            ["index_dump", "--type", "char" if name in ("NAME", "LIVE") else "num",
+             self.path("t.cdx"), name], stdout=subprocess.PIPE) for name in self.TAGS}
+        for name, (_, included, key) in self.TAGS.items():
+            with self.subTest(tag=name, records=len(rows)):
+                expected = sorted((key(row), row["ID"]) for row in rows if included(row))
+                lines = dumps[name].communicate()[0].decode().splitlines()
+                theirs = [line.rsplit(" ", 1) for line in lines]
+                kind = type(expected[0][0])
+                self.assertTrue(expected == [(kind(k), int(record)) for k, record in theirs])
+                if name == "DOWN":
+                    expected.reverse()
+                text = self.ok("cat", table, "--order", name, "--deleted", "--format", "csv")
+                ours = [int(line.split(b",", 1)[0]) for line in text.splitlines()[1:]]
+                self.assertTrue(ours == [record for _, record in expected])
+
+    @unittest.skipUnless(os.access(TABLE_EDITOR, os.X_OK), "no table_editor (ZK_TABLE_EDITOR)")
+    def test_tags(self):
+        chance = random.Random(20240607)
+
+        def row(record):
+            return {"ID": record, "NAME": f"N{chance.randrange(50000)}", "deleted": False,
+                    "QTY": chance.randrange(-10**6, 10**6) / 8,
+                    "DAY": datetime.date.fromordinal(chance.randrange(700000, 740000))}
+
+        def texts(row):
+            return [str(row["ID"]), row["NAME"], f"{row['QTY']:.3f}", f"{row['DAY']:%Y%m%d}"]
+
+        rows = [row(record) for record in range(1, 100001)]
+        make_table(self.path("t.dbf"), [("ID", "N", 6, 0), ("NAME", "C", 8, 0),
+                                        ("QTY", "N", 12, 3), ("DAY", "D", 8, 0)],
+                   [" {:>6}{:8}{:>12}{}".format(*texts(row)).encode() for row in rows])
+        for name, (options, _, _) in self.TAGS.items():
+            self.ok("index", self.path("t"), *options, "--tag", name)
+        self.compare_tags(rows)
+
+        rows += [row(record) for record in range(100001, 101001)]
+        appended = "".join(",".join(texts(row)) + "\n" for row in rows[-1000:])
+        self.import_csv("ID,NAME,QTY,DAY\n" + appended, "--append")
+        edits = {"0": "", "2": ""}  # shared and exclusive
+        for i in range(6000):
+            changed = chance.choice(rows)
+            edit = chance.choice(["set", "set", "delete", "recall"])
+            line = f"{edit} {changed['ID']}"
+            if edit == "set":
+                field = chance.choice(["NAME", "QTY", "DAY"])
+                changed[field] = row(0)[field]
+                line += f" {field} {texts(changed)[['NAME', 'QTY', 'DAY'].index(field) + 1]:>4}"
+            else:
+                changed["deleted"] = edit == "delete"
+            edits["0" if i < 2000 else "2"] += line + "\n"
+        for mode, lines in edits.items():
+            subprocess.run([TABLE_EDITOR, self.path("t.dbf"), mode], input=lines.encode(),
+                           check=True, timeout=60)
+        self.compare_tags(rows)
 
     @unittest.skipUnless(os.path.isdir(DATA), "no tables of other programs (ZK_TEST_DATA)")
     def test_tables_of_other_programs(self):

@@ -22,13 +22,13 @@ void runCat(const CatOptions &options, Output &out) {
   RecordReader reader(table);
   const CodePage page(table.info().codePage);
   const std::unique_ptr<RecordWriter> writer = makeWriter(options, out, reader.fields(), page);
-  Progress progress(!Output::isTerminal());
+  const LibraryProgress progress(!Output::isTerminal());
   std::int64_t left = options.limit;
-  std::int64_t seen = 0;
 
+  // A wrong condition is found before anything is written.
+  bool more = table.first(options.where.value_or(""));
   writer->begin();
-  for (bool more = left != 0 && table.top(); more; more = left != 0 && table.next()) {
-    progress.update("Reading", ++seen, table.info().recordCount);
+  for (; more && left != 0; more = left != 0 && table.next()) {
     const bool deleted = table.deleted();
     if (deleted && !options.deleted) continue;
     writer->record(reader.read(), deleted);

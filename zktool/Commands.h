@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Output.h"
 
@@ -16,6 +17,7 @@ struct CatOptions {
   bool deleted = false;              // also the records marked as deleted
   std::optional<std::string> order;  // a tag; record order without one
   std::optional<std::string> index;  // the index file to open for it
+  std::optional<std::string> where;  // a condition
 };
 
 struct SeekOptions {
@@ -25,6 +27,22 @@ struct SeekOptions {
   std::optional<std::string> tag;
 };
 
+struct IndexOptions {
+  std::string table;
+  std::string expressions;          // of the keys, separated by commas
+  std::optional<std::string> name;  // of the index file; the table's own without one
+  std::optional<std::string> tag;   // its name, for one expression
+  std::optional<std::string> filter;
+  bool unique = false;
+  bool descending = false;
+};
+
+struct CheckOptions {
+  std::string table;
+  std::vector<std::string> indexes;  // beside the production index
+  bool repair = false;
+};
+
 struct ImportOptions {
   std::string table;
   std::string csvFile;
@@ -32,7 +50,7 @@ struct ImportOptions {
   bool append = false;
 };
 
-// The field list of --fields is wrong: exit status 2.
+// The value of an argument is wrong: exit status 2.
 class UsageError : public std::exception {
  public:
   explicit UsageError(std::string text) : text_(std::move(text)) {}
@@ -45,6 +63,8 @@ class UsageError : public std::exception {
 void runInfo(const std::string &table, Output &out);
 void runCat(const CatOptions &options, Output &out);
 void runSeek(const SeekOptions &options, Output &out);
+void runIndex(const IndexOptions &options, Output &out);
+void runCheck(const CheckOptions &options, Output &out);
 void runImport(const ImportOptions &options, Output &out);
 void runPack(const std::string &table, Output &out);
 

@@ -9,6 +9,8 @@
 namespace zk::tool {
 namespace {
 
+constexpr int32_t kDamagedIndex = -310;  // or one that is behind its table
+
 const char *versionText(int32_t version) {
   switch (version) {
     case 0x03:
@@ -79,52 +81,85 @@ void printField(Output &out, const std::string &name, const std::string &type,
 }
 
 std::string flagsOf(const Tag &tag) {
-  if (tag.unique && tag.descending) return "unique, descending";
-  return tag.unique ? "unique" : tag.descending ? "descending" : "";
+  std::string flags = tag.candidate ? "candidate" : tag.unique ? "unique" : "";
+  if (tag.descending) flags += flags.empty() ? "descending" : ", descending";
+  return flags;
 }
 
 struct TagLine {
-  std::string name, length, flags, expression, filter;
+  std::string name, length, keys, flags, expression, filter;
+  std::string file;
+  std::string problem;     // why its keys cannot be evaluated
+  std::string unreadable;  // why they cannot be counted
 };
 
 // Expressions may hold any bytes.
-TagLine lineOf(const Tag &tag, const CodePage &page) {
+TagLine lineOf(const Table &table, const Tag &tag, const CodePage &page) {
   const auto shown = [&page](const std::string &text) { return escapeControls(page.toUtf8(text)); };
-  return {shown(tag.name), std::to_string(tag.keyLength), flagsOf(tag), shown(tag.expression),
-          shown(tag.filter)};
+  TagLine line = {shown(tag.name),
+                  std::to_string(tag.keyLength),
+                  "?",
+                  flagsOf(tag),
+                  shown(tag.expression),
+                  shown(tag.filter),
+                  tag.file,
+                  "",
+                  ""};
+  if (tag.problem != 0) line.problem = codeText(tag.problem);
+  const int32_t keys = table.keyCount(tag);
+  if (keys < 0) {
+    line.unreadable = errorText(keys);
+    if (keys == kDamagedIndex) line.unreadable += ": zktool check --repair " + table.name();
+  } else {
+    line.keys = std::to_string(keys);
+  }
+  return line;
 }
 
 void printTagLine(Output &out, const TagLine &tag, std::size_t flagsWidth,
                   std::size_t expressionWidth) {
-  std::string line = padded(tag.name, 10) + rightAligned(tag.length, 12) + "  " +
-                     padded(tag.flags, flagsWidth) + "  " + tag.expression;
+  std::string line = padded(tag.name, 10) + rightAligned(tag.length, 12) +
+                     rightAligned(tag.keys, 10) + "  " + padded(tag.flags, flagsWidth) + "  " +
+                     tag.expression;
   if (!tag.filter.empty()) {
     line += std::string(expressionWidth - characters(tag.expression) + 2, ' ') + tag.filter;
   }
   out.write(line + "\n");
 }
 
-void printTags(const std::vector<Tag> &tags, const CodePage &page, Output &out) {
-  TagLine heading = {"tag", "key length", "flags", "expression", ""};
+// The file's name, and what is wrong with it.
+void printIndex(Output &out, const std::vector<TagLine> &tags, const std::string &file) {
+  out.write("\n");
+  printFact(out, "index", file);
+  const auto wrong = std::find_if(tags.begin(), tags.end(), [&file](const TagLine &tag) {
+    return tag.file == file && !tag.unreadable.empty();
+  });
+  if (wrong == tags.end()) return;
+  printFact(out, "", wrong->unreadable);
+}
+
+void printTags(const Table &table, const CodePage &page, Output &out) {
+  TagLine heading = {"tag", "key length", "keys", "flags", "expression", "", "", "", ""};
+  std::vector<TagLine> lines;
   std::size_t flagsWidth = heading.flags.size();
   std::size_t expressionWidth = heading.expression.size();
-  for (const Tag &tag : tags) {
-    const TagLine line = lineOf(tag, page);
+  for (const Tag &tag : table.tags()) {
+    const TagLine line = lineOf(table, tag, page);
     flagsWidth = std::max(flagsWidth, line.flags.size());
     expressionWidth = std::max(expressionWidth, characters(line.expression));
     if (!line.filter.empty()) heading.filter = "filter";
+    lines.push_back(line);
   }
   std::string file;
-  for (const Tag &tag : tags) {
-    if (tag.file != file) {
-      file = tag.file;
-      out.write("\n");
-      printFact(out, "index", file);
+  for (const TagLine &line : lines) {
+    if (line.file != file) {
+      file = line.file;
+      printIndex(out, lines, file);
       printTagLine(out, heading, flagsWidth, expressionWidth);
     }
-    printTagLine(out, lineOf(tag, page), flagsWidth, expressionWidth);
-    if (tag.problem != 0) {
-      out.write("  no seeks, as its keys cannot be evaluated: " + codeText(tag.problem) + "\n");
+    printTagLine(out, line, flagsWidth, expressionWidth);
+    if (!line.problem.empty()) {
+      out.write("  no seeks, as its keys cannot be evaluated: " + line.problem + "\n");
     }
   }
 }
@@ -143,7 +178,7 @@ void runInfo(const std::string &name, Output &out) {
     printField(out, page.toUtf8(field.name), std::string(1, field.type),
                std::to_string(field.width), std::to_string(field.decimals), nameWidth);
   }
-  printTags(table.tags(), page, out);
+  printTags(table, page, out);
   out.flush();
 }
 

@@ -5,16 +5,9 @@
 namespace zk::tool {
 namespace {
 
-void ZK_CALL showProgress(const char *stage, int64_t done, int64_t total, void *user) {
-  static_cast<Progress *>(user)->update(stage, done, total);
-}
-
 int packWithProgress(int32_t tableId) {
-  Progress progress;
-  zk_Db_setProgress(showProgress, &progress);
-  const int status = zk_Db_packDb(tableId);
-  zk_Db_setProgress(nullptr, nullptr);
-  return status;
+  const LibraryProgress shown;
+  return zk_Db_packDb(tableId);
 }
 
 }  // namespace

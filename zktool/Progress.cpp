@@ -37,4 +37,12 @@ void Progress::draw(const char *stage, int percent) {
   std::fflush(stderr);
 }
 
+LibraryProgress::LibraryProgress(bool wanted) : progress_(wanted) { zk_Db_setProgress(show, this); }
+
+LibraryProgress::~LibraryProgress() { zk_Db_setProgress(nullptr, nullptr); }
+
+void LibraryProgress::show(const char *stage, int64_t done, int64_t total, void *self) {
+  static_cast<LibraryProgress *>(self)->progress_.update(stage, done, total);
+}
+
 }  // namespace zk::tool

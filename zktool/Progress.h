@@ -5,6 +5,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "zk_baselib.h"
+
 namespace zk::tool {
 
 class Progress {
@@ -25,6 +27,20 @@ class Progress {
   bool drawn_ = false;
   int lastPercent_ = -1;
   Clock::time_point start_ = Clock::now();
+};
+
+// Shows what the library reports of its work, as long as this exists.
+class LibraryProgress {
+ public:
+  explicit LibraryProgress(bool wanted = true);
+  ~LibraryProgress();
+  LibraryProgress(const LibraryProgress &) = delete;
+  LibraryProgress &operator=(const LibraryProgress &) = delete;
+
+ private:
+  static void ZK_CALL show(const char *stage, int64_t done, int64_t total, void *self);
+
+  Progress progress_;
 };
 
 }  // namespace zk::tool

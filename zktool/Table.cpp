@@ -10,6 +10,7 @@ namespace {
 constexpr int kNextGreater = 2;
 constexpr int kEndOfFile = 3;
 constexpr int kLocked = 50;
+constexpr int kOverflow = -440;
 
 Kind kindOf(char type, int width, bool newer) {
   switch (type) {
@@ -108,9 +109,17 @@ bool Table::arrived(int status) const {
   return status == 0;
 }
 
-bool Table::top() { return arrived(zk_Db_topRec(id_, order_)); }
+bool Table::first(const std::string &condition) {
+  return located(zk_Db_locate(id_, order_, condition.c_str()));
+}
 
-bool Table::next() { return arrived(zk_Db_nextRec(id_, order_)); }
+bool Table::next() { return located(zk_Db_locateNext(id_)); }
+
+bool Table::located(int status) const {
+  if (status != kOverflow) return arrived(status);
+  const std::string text = libraryFailure(name_, status).what();
+  throw Failure(text + ", record " + std::to_string(zk_Db_getRecordNo(id_)));
+}
 
 Table::Found Table::seek(const std::string &key) {
   const int status = zk_Db_seekStr(key.c_str(), id_, order_);
@@ -123,7 +132,8 @@ std::vector<Tag> Table::tags() const {
   ZkTagFacts facts;
   for (int32_t number = 1; zk_Tag_getInfo(id_, number, &facts) != 0; ++number) {
     tags.push_back({facts.name, facts.expression, facts.filter, facts.fileName, facts.keyLength,
-                    facts.unique != 0, facts.descending != 0, facts.problem, facts.tagNumber});
+                    facts.unique != 0, facts.descending != 0, facts.candidate != 0, facts.problem,
+                    facts.tagNumber, number});
   }
   return tags;
 }
@@ -139,13 +149,13 @@ void Table::openIndex(const std::string &file) {
 Tag Table::useTag(const std::optional<std::string> &name) {
   const std::vector<Tag> all = tags();
   const auto find = [&all](auto from, const std::string &wanted) {
-    return std::find_if(from, all.end(), [&](const Tag &tag) { return tag.name == wanted; });
+    return std::find_if(from, all.end(), [&](const Tag &tag) { return tag.isNamed(wanted); });
   };
   const auto newest = all.begin() + static_cast<std::ptrdiff_t>(newestIndexAt_);
   auto chosen = newest;
   if (name) {
-    chosen = find(newest, upperCase(*name));
-    if (chosen == all.end()) chosen = find(all.begin(), upperCase(*name));
+    chosen = find(newest, *name);
+    if (chosen == all.end()) chosen = find(all.begin(), *name);
   }
   if (chosen == all.end()) throw Failure(name_ + ": no tag" + (name ? " " + *name : ""));
   order_ = chosen->number;

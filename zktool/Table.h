@@ -51,6 +51,11 @@ std::string_view readable(const Field &field, std::string_view text);
 using Values = std::vector<std::string>;  // field texts as stored, blanks and all
 
 struct Tag {
+  // Upper and lower case are the same.
+  bool isNamed(const std::string &text) const {
+    return zk_Str_cmpi(name.c_str(), text.c_str()) == 0;
+  }
+
   std::string name;
   std::string expression;
   std::string filter;  // "" without one
@@ -58,8 +63,10 @@ struct Tag {
   int keyLength = 0;
   bool unique = false;
   bool descending = false;
-  int problem = 0;      // 0, or why the engine cannot evaluate the keys
-  int32_t number = -1;  // for positioning
+  bool candidate = false;  // unique, and with the keys of all records
+  int problem = 0;         // 0, or why the engine cannot evaluate the keys
+  int32_t number = -1;     // for positioning
+  int32_t place = 0;       // among the table's tags, from 1
 };
 
 class Table {
@@ -80,6 +87,9 @@ class Table {
   // Of the open index files: the production index first.
   std::vector<Tag> tags() const;
 
+  // The number of the tag's keys; a code of the library when it cannot be read.
+  int32_t keyCount(const Tag &tag) const { return zk_Tag_keyCount(id_, tag.place); }
+
   // Opens a further index file.
   void openIndex(const std::string &file);
 
@@ -87,8 +97,9 @@ class Table {
   // of the index file that was opened last; without a name the first of that file.
   Tag useTag(const std::optional<std::string> &name);
 
-  // Move in the order chosen, at first record order; false behind the last record.
-  bool top();
+  // Move in the order chosen, at first record order, among the records for which the condition
+  // holds; an empty one holds for all. False behind the last record.
+  bool first(const std::string &condition);
   bool next();
   bool deleted() const { return zk_Db_deleted(id_) != 0; }
 
@@ -106,6 +117,7 @@ class Table {
  private:
   void loadFields();
   bool arrived(int status) const;
+  bool located(int status) const;
 
   std::string name_;
   int32_t id_;

@@ -1,4 +1,4 @@
-// zktool: looks into, seeks in, imports and packs dBASE and FoxPro tables.
+// zktool: looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables.
 // Exit status: 0 success (also when the reader of the output has gone), 1 failure with one line on
 // standard error, 2 wrong usage.
 #include <CLI/CLI.hpp>
@@ -10,18 +10,21 @@
 namespace {
 
 using zk::tool::CatOptions;
+using zk::tool::CheckOptions;
 using zk::tool::ImportOptions;
+using zk::tool::IndexOptions;
 using zk::tool::SeekOptions;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
-constexpr const char *kIndexHelp =
-    "Open that index file first (default extension CDX); only for tables that are read-only";
+constexpr const char *kIndexHelp = "Open that index file as well (default extension CDX)";
 
 struct Options {
   std::string table;  // of info and pack
   CatOptions cat;
   SeekOptions seek;
+  IndexOptions index;
+  CheckOptions check;
   ImportOptions import;
 };
 
@@ -43,6 +46,8 @@ void addCat(CLI::App &app, Options &options) {
   cat->add_option("--limit", options.cat.limit, "Write at most N records")
       ->check(CLI::NonNegativeNumber)
       ->type_name("N");
+  cat->add_option("--where", options.cat.where, "Write the records for which that condition holds")
+      ->type_name("CONDITION");
   cat->add_flag("--deleted", options.cat.deleted, "Write the records marked as deleted as well");
   CLI::Option *order =
       cat->add_option("--order", options.cat.order, "Write the records in the order of that tag");
@@ -52,6 +57,7 @@ void addCat(CLI::App &app, Options &options) {
       "Examples:\n  zktool cat piping.dbf --limit 20\n"
       "  zktool cat piping.dbf --format csv > piping.csv\n"
       "  zktool cat piping --format json | jq '.[].TAG'\n"
+      "  zktool cat piping.dbf --where \"LINE = 'CW' .AND. LENGTH > 2.5\" --order TAG_NO\n"
       "  zktool cat piping.dbf --order TAG_NO --index by_tag.cdx");
 }
 
@@ -71,6 +77,53 @@ void addSeek(CLI::App &app, Options &options) {
       "  zktool seek piping.dbf 20240131 --tag DUE\n"
       "  zktool seek piping.dbf -12.5 --index by_len.idx\n"
       "  zktool seek piping.dbf -- -A7");
+}
+
+void addIndex(CLI::App &app, Options &options) {
+  CLI::App *index = app.add_subcommand("index", "Make tags for a table: in its index or another");
+  index->add_option("TABLE", options.index.table, "The table (default extension DBF)")->required();
+  index
+      ->add_option("EXPRESSIONS", options.index.expressions,
+                   "The key expressions, separated by commas: the tags TAG000, TAG001, ...")
+      ->required();
+  index
+      ->add_option("--name", options.index.name,
+                   "The index file (default extension CDX); without it the table's own, for which "
+                   "no other program may have the table open")
+      ->type_name("FILE");
+  index->add_option("--tag", options.index.tag, "The name of the tag, for one expression")
+      ->type_name("NAME");
+  index->add_flag("--unique", options.index.unique, "Refuse records with equal keys");
+  index
+      ->add_option("--filter", options.index.filter,
+                   "Only with the records for which that condition holds")
+      ->type_name("CONDITION");
+  index->add_flag("--descending", options.index.descending, "The order is from the greatest key");
+  index->footer(
+      "A tag of the same name is replaced; other tags of the file stay.\n\n"
+      "Examples:\n  zktool index piping.dbf 'TAG, LINE + DTOS(INSTALLED)'\n"
+      "  zktool index piping.dbf TAG --tag TAG_NO --unique\n"
+      "  zktool index piping.dbf 'UPPER(TAG)' --name by_tag.cdx --filter '.NOT. DELETED()'");
+}
+
+void addCheck(CLI::App &app, Options &options) {
+  CLI::App *check = app.add_subcommand("check", "Find out, or mend, what is wrong with a table");
+  check->add_option("TABLE", options.check.table, "The table (default extension DBF)")->required();
+  check
+      ->add_option("--index", options.check.indexes,
+                   "Check that index file as well (default extension CDX); may be repeated")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
+  check->add_flag("--repair", options.check.repair,
+                  "Write damaged indexes anew and mend a wrong record count; no other program may "
+                  "have the table open");
+  check->footer(
+      "Checks the table, its memo file and its production index, and every tag against the\n"
+      "records. One line for each finding; exit status 1 when there are any, with --repair when\n"
+      "any are left.\n\n"
+      "Examples:\n  zktool check piping.dbf\n"
+      "  zktool check piping.dbf --index by_tag.cdx --index by_line.cdx\n"
+      "  zktool check piping.dbf --repair");
 }
 
 void addImport(CLI::App &app, Options &options) {
@@ -106,6 +159,10 @@ void run(const CLI::App &app, const Options &options, zk::tool::Output &out) {
     zk::tool::runCat(options.cat, out);
   } else if (app.got_subcommand("seek")) {
     zk::tool::runSeek(options.seek, out);
+  } else if (app.got_subcommand("index")) {
+    zk::tool::runIndex(options.index, out);
+  } else if (app.got_subcommand("check")) {
+    zk::tool::runCheck(options.check, out);
   } else if (app.got_subcommand("import")) {
     zk::tool::runImport(options.import, out);
   } else {
@@ -127,7 +184,9 @@ int main(int argc, char **argv) {
   zk::tool::Output out;
   try {
     Options options;
-    CLI::App app("Looks into, seeks in, imports and packs dBASE and FoxPro tables.", "zktool");
+    CLI::App app(
+        "Looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables.",
+        "zktool");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", std::string("zktool ") + zk_Lib_version());
     app.require_subcommand(1);
@@ -137,6 +196,8 @@ int main(int argc, char **argv) {
     addInfo(app, options);
     addCat(app, options);
     addSeek(app, options);
+    addIndex(app, options);
+    addCheck(app, options);
     addImport(app, options);
     addPack(app, options);
     try {

@@ -6,7 +6,7 @@ _zktool() {
   command=${words[1]}
 
   if ((cword == 1)); then
-    COMPREPLY=($(compgen -W 'info cat seek import pack --help --version' -- "$cur"))
+    COMPREPLY=($(compgen -W 'info cat seek index check import pack --help --version' -- "$cur"))
     return
   fi
   case $prev in
@@ -14,19 +14,21 @@ _zktool() {
       COMPREPLY=($(compgen -W 'table csv json' -- "$cur"))
       return
       ;;
-    --index)
+    --index | --name)
       _filedir '@(cdx|idx)'
       return
       ;;
-    --limit | --fields | --order | --tag)
+    --limit | --where | --fields | --order | --tag | --filter)
       return
       ;;
   esac
   if [[ $cur == -* ]]; then
     local options=--help
     case $command in
-      cat) options+=' --format --limit --deleted --order --index' ;;
+      cat) options+=' --format --limit --where --deleted --order --index' ;;
       seek) options+=' --tag --index' ;;
+      index) options+=' --name --tag --filter --unique --descending' ;;
+      check) options+=' --index --repair' ;;
       import) options+=' --fields --append' ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$cur"))

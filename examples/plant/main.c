@@ -1,5 +1,5 @@
 /* A host's view of the table functions: makes a table of piping items from a CSV file, reads it
- * back, changes and deletes records and packs it.
+ * back, indexes it, seeks in it and asks questions, changes and deletes records and packs it.
  *
  *     plant_demo [DIRECTORY [CSV-FILE]]
  *
@@ -14,7 +14,10 @@
 #define PLANT_CSV "piping.csv"
 #endif
 
-enum { kPathSize = 512, kLineSize = 1024, kColumns = 9, kNoTag = -1 };
+enum { kPathSize = 512, kLineSize = 1024, kColumns = 9, kExclusive = 2 };
+
+/* Tag numbers of the orders that makeIndex creates: 0 is the tag TAG000. */
+enum { kByTag = 0, kByWeight = 1 };
 
 typedef struct Column {
   const char *name;
@@ -39,7 +42,8 @@ static int failed(const char *what) {
 
 /* ---- Making the table ---- */
 
-/* The id of the new, empty table, or -1. */
+/* The id of the new, empty table, or -1. Nobody else can open it: an index that is made then is
+ * open with the table from now on, in every program. */
 static int32_t createTable(const char *path) {
   DbFldList *fields = zk_DbFldList_create((char *)0);
   int32_t table;
@@ -50,6 +54,10 @@ static int32_t createTable(const char *path) {
   }
   table = zk_Db_createDb(path, fields);
   zk_DbFldList_destroy(fields);
+  if (table >= 0) {
+    zk_Db_closeDb(table);
+    table = zk_Db_openDbEx(path, kExclusive);
+  }
   if (table < 0) failed(path);
   return table;
 }
@@ -164,14 +172,63 @@ static int showItems(int32_t table) {
   return 1;
 }
 
+/* ---- Orders, seeks and queries ---- */
+
+/* The index file of the table's own name, with a tag for each expression. It is kept up to date by
+ * every change of the table. */
+static int makeIndex(int32_t table) {
+  zk_Db_createNdx(table, "", "TAG,WEIGHT", 0);
+  if (zk_DbError_code() != 0) return failed("createNdx");
+  printf("Indexed by TAG and by WEIGHT\n");
+  return 1;
+}
+
+static void printCurrent(int32_t table) {
+  DbFldList *record = zk_Db_readRec(table, NULL);
+  printItem(record);
+  zk_DbFldList_destroy(record);
+}
+
+/* Backward from the greatest key. */
+static int showHeaviest(int32_t table, int count) {
+  int status = zk_Db_botRec(table, kByWeight);
+  printf("The heaviest %d:\n", count);
+  for (; status == 0 && count > 0; count--) {
+    printCurrent(table);
+    status = zk_Db_prevRec(table, kByWeight);
+  }
+  return status >= 0 ? 1 : failed("prevRec");
+}
+
+static int seekItem(int32_t table, const char *key) {
+  const int status = zk_Db_seekStr(key, table, kByTag);
+  if (status < 0) return failed("seekStr");
+  printf("Seeking %s: %s\n", key,
+         status == 0   ? "found"
+         : status == 2 ? "not there, the next one is"
+                       : "nothing like it or behind");
+  if (status == 0 || status == 2) printCurrent(table);
+  return 1;
+}
+
+static int showMatches(int32_t table, const char *condition) {
+  DbCursor *items = zk_Db_query(table, condition, "piping", NULL);
+  if (items == NULL && zk_DbError_code() != 0) return failed("query");
+  printf("%lu items with %s:\n", (unsigned long)zk_DbCursor_length(items), condition);
+  for (zk_DbCursor_start(items); !zk_DbCursor_eol(items); zk_DbCursor_next(items)) {
+    printItem(zk_DbCursor_getCurrFldList(items));
+  }
+  zk_DbCursor_destroy(items);
+  return 1;
+}
+
 /* ---- Changing it ---- */
 
-/* Makes the record with that tag the current one; 0 when there is none. */
+/* Makes the record with that tag the current one; 0 when there is none. A seek also finds a key
+ * that only begins so. */
 static int findItem(int32_t table, const char *tag) {
-  int status = zk_Db_topRec(table, kNoTag);
-  while (status == 0) {
-    if (strcmp(zk_Db_getFldStr(table, "TAG"), tag) == 0) return 1;
-    status = zk_Db_nextRec(table, kNoTag);
+  if (zk_Db_seekStr(tag, table, kByTag) == 0 && strcmp(zk_Db_getFldStr(table, "TAG"), tag) == 0) {
+    return 1;
   }
   fprintf(stderr, "plant_demo: no item %s\n", tag);
   return 0;
@@ -211,9 +268,12 @@ static int packTable(int32_t table) {
 }
 
 static int useTable(int32_t table, const char *csvFile) {
-  return appendFile(table, csvFile) && showItems(table) && lengthenPipe(table, "P-1008") &&
+  return appendFile(table, csvFile) && showItems(table) && makeIndex(table) &&
+         showHeaviest(table, 3) && seekItem(table, "V-2006") && seekItem(table, "P-2005") &&
+         showMatches(table, "WEIGHT >= 100 .AND. LINE = 'CW'") && lengthenPipe(table, "P-1008") &&
          deleteItem(table, "T-2008") && deleteItem(table, "V-3006") &&
-         deleteItem(table, "P-3009") && recallItem(table, "V-3006") && packTable(table);
+         deleteItem(table, "P-3009") && recallItem(table, "V-3006") && packTable(table) &&
+         seekItem(table, "P-3009");
 }
 
 int main(int argc, char **argv) {

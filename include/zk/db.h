@@ -84,16 +84,22 @@ ZK_API int ZK_CALL zk_Db_rendx(void);
  *
  * A compound index file (.CDX) holds any number of tags, a compact single-tag file (.IDX) one. A
  * production index, the .CDX of the table's own name that its header tells of, is open with its
- * table. This version of the library reads indexes, but does not maintain or create them yet: a
- * table with a production index is read-only, and only a read-only table can have others opened. */
+ * table. Every change of a record keeps the tags of all open index files right; those that are not
+ * open fall behind. An index that is found to be behind its table (records came without it, or a
+ * writer died in the middle of a change) is refused with -310 wherever its order is needed, and
+ * changes of its keys too, until it is written anew (zk_Db_check of zk/extras.h, or by creating it
+ * again); the records themselves can be read.
+ * A table is read-only with an index whose keys cannot be computed here (a foreign collation, an
+ * expression with unknown functions, with memos or other tables), or that cannot be read. */
 
 /* Opens an index file of the table (default extension "CDX"), or finds it among the open ones: its
- * tag id, or -1: unknown id, -60, not an index or a damaged one (-310), a table that can be changed
- * (-1010). */
+ * tag id, or -1: unknown id, -60, not an index or a damaged one (-310). Writes a pending change
+ * first. */
 ZK_API int32_t ZK_CALL zk_Db_openNdx(int32_t tableId, const char *fileName);
 
-/* Creates an index file with one tag per key expression (zk_Cb_i4create). -1 for an unknown table.
- * Otherwise the new tag id, also when creating fails: then zk_Db_closeNdx of it gives 1. */
+/* Creates an index file with one tag per key expression (zk_Cb_i4create) and opens it. -1 for an
+ * unknown table. Otherwise the new tag id, also when creating fails: then zk_Db_closeNdx of it
+ * gives 1. With `unique` keys that two records have are refused (-340), then and later. */
 ZK_API int32_t ZK_CALL zk_Db_createNdx(int32_t tableId, const char *fileName, const char *tagInfo,
                                        int unique);
 
@@ -136,8 +142,9 @@ ZK_API int ZK_CALL zk_Db_undelRec(int32_t tableId);
 
 /* Removes the deleted records for good and goes to the top. The table and its memo file are written
  * anew beside the old ones and put in their place at once: a kill leaves the old or the new pair.
- * Needs to be the only opener (50 otherwise). 0, or the engine's status. Time and disk space
- * proportional to the table; reports the stage "Packing" to the progress callback. */
+ * Then every open index file is written anew. Needs to be the only opener (50 otherwise). 0, or the engine's status. Time and disk space
+ * proportional to the table; reports the stages "Packing", "Sorting" and "Creating Tag" to the
+ * progress callback. */
 ZK_API int ZK_CALL zk_Db_packDb(int32_t tableId);
 
 /* Number of records, those marked as deleted included; 0 for an unknown id. In a shared table a
@@ -160,8 +167,9 @@ ZK_API int ZK_CALL zk_Db_appRec(int32_t tableId);
 ZK_API int ZK_CALL zk_Db_appendStart(int32_t tableId);
 
 /* Completes the append begun by zk_Db_appendStart; the new record is the current one. 0, -930
- * without a start, 50 when another program holds the append lock, or another status; after a
- * failure the append can be tried again. */
+ * without a start, 50 when another program holds the append lock, -340 when a unique tag has its key
+ * already, -440 when a tag's expression overflows, -310 when an index is behind the table, or
+ * another status; nothing was written then, and the append can be tried again. */
 ZK_API int ZK_CALL zk_Db_append(int32_t tableId);
 
 /* Writes the record buffer to the current record. 0, also when the write fails (see
@@ -253,8 +261,11 @@ ZK_API DbCursor *ZK_CALL zk_Db_readTable(int32_t tableId, const char *tableName,
  * <= >= (texts compare over the length of the right one) and $ (is contained in); the functions CHR
  * CTOD DATE DAY DEL DELETED DTOC DTOS IIF LEFT LTRIM MONTH PAGENO RECCOUNT RECNO STOD STR SUBSTR
  * TIME TRIM UPPER VAL YEAR. What is wrong with it is told by -400 to -500 and -950 ("Expecting
- * logical result."); a division by zero and an overflow end the query with -440. Time proportional
- * to the table. */
+ * logical result."); a division by zero and an overflow end the query with -440.
+ *
+ * Where the condition compares the expression of an open tag with a constant, only the records that
+ * the tag names are read: time proportional to those, else to the table. (A record that is not read
+ * cannot divide by zero.) */
 ZK_API DbCursor *ZK_CALL zk_Db_query(int32_t tableId, const char *condition, const char *tableName,
                                      const DbFldList *fields);
 

@@ -122,10 +122,11 @@ ZK_API int ZK_CALL zk_Cb_init(ZkContext *context);
  * zk_StrList_destroy. */
 ZK_API StrList *ZK_CALL zk_Cb_parseTagInfo(const char *tagInfo);
 
-/* Creates an index file with one tag per key expression of the tag-info string, named TAG000,
- * TAG001, ... `tagId` is not used. Null when the string has no expression or the engine fails.
- *
- * This version of the library cannot create indexes: the result is null with engine error -1010. */
+/* Creates an index file (default extension "CDX") with one tag per key expression of the tag-info
+ * string, named TAG000, TAG001, ..., without filter, ascending, and opens it. What was there is
+ * replaced at once when the new file is whole. `tagId` is not used. Null when the string has no
+ * expression or the engine fails: see zk_Tag_create of zk/extras.h, which also tells what becomes
+ * a production index. */
 ZK_API ZkIndex *ZK_CALL zk_Cb_i4create(ZkTable *table, const char *fileName, const char *tagInfo,
                                        int32_t tagId, int32_t unique);
 
@@ -137,9 +138,9 @@ ZK_API int ZK_CALL zk_Cb_freeTags(ZkTagInfo *tags, int32_t count);
 ZK_API ZkTag *ZK_CALL zk_Cb_findTag(ZkTable *table, const char *name);
 
 /* Builds an index for a table that need not be open: extension "dbf" is added to the table's file
- * name, the index takes the name without extension. 1 when it was created, else 0.
- *
- * This version of the library cannot create indexes: the result is 0. */
+ * name, the index takes the name without extension. While nobody else has the table open it becomes
+ * the production index, which is opened with the table from then on. 1 when it was created, else 0
+ * (zk_DbError_code tells why). */
 ZK_API int ZK_CALL zk_Cb_createNdx(const char *tableFile, const char *tagInfo, int32_t unique);
 
 /* ---- Pass-throughs ----------------------------------------------------------------------------

@@ -1,0 +1,25 @@
+// The library's calls that change files, counted, and the n-th of them disturbed: the program ends
+// there, or the disk is full. The library's calls come here because a program's own functions go
+// before the system's of the same name.
+#pragma once
+
+namespace file_calls {
+
+enum class Disturbance {
+  kNone,
+  kEndBefore,   // the program ends in the place of the call
+  kEndHalfway,  // a write has put half of its bytes in place
+  kEndAfter,
+  kFailOnce,
+  kFailHalfway,  // a write puts half of its bytes in place, and then nothing can be written any more
+  kFailFromThere,
+};
+
+// From now on, until `calm`: the n-th call, counted from 1. A program that is ended has the exit code
+// of `setExitCode`.
+void disturb(int n, Disturbance disturbance);
+void setExitCode(int code);
+// Whether the call was reached.
+bool calm();
+
+}  // namespace file_calls
