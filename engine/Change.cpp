@@ -84,13 +84,21 @@ int Change::append(std::uint32_t &number) noexcept {
   return finish(status);
 }
 
+// A record that came to the disk in part becomes the old one again, which the indexes tell of.
+int Change::overwriteRecord(std::uint32_t number, IndexUpdate &indexes) noexcept {
+  const int status = table_.cache_.write(number, table_.record_);
+  if (status >= kOk || table_.indexes().empty()) return status;
+  if (table_.cache_.write(number, table_.spare_) != kOk) indexes.loseRecord();
+  return status;
+}
+
 int Change::updateIndexed(std::uint32_t number) noexcept {
   IndexUpdate indexes(table_);
   int status = lockMemos();
   if (status == kOk) status = indexes.collectUpdate(number);
   if (status == kOk) status = writeMemos();
   if (status == kOk) status = indexes.begin();
-  if (status == kOk) status = table_.cache_.write(number, table_.record_);
+  if (status == kOk) status = overwriteRecord(number, indexes);
   if (status == kOk) table_.updateDateDue_ = true;
   if (status == kOk) status = indexes.writePages();
   return status == kOk ? indexes.finish() : status;

@@ -13,6 +13,7 @@
 
 namespace zk::engine {
 
+class IndexUpdate;
 class Table;
 
 class Change {
@@ -31,6 +32,7 @@ class Change {
   int appendRecord(std::uint32_t number) noexcept;
   int appendIndexed(std::uint32_t number) noexcept;
   int updateIndexed(std::uint32_t number) noexcept;
+  int overwriteRecord(std::uint32_t number, IndexUpdate &indexes) noexcept;
   std::uint64_t recordLockByte(std::uint32_t number) const noexcept;
   int finish(int status) noexcept;
 

@@ -26,10 +26,10 @@ int Expression::fail(int code, const char *text) noexcept {
   return table_.context().fail(code, source_.c_str(), text);
 }
 
-bool Expression::isIntegerField() const noexcept {
+FieldKind Expression::numberKind() const noexcept {
   const Instruction &first = program_.code.front();
-  return program_.code.size() == 1 && first.op == Op::kNumberField &&
-         first.field->kind == FieldKind::kInteger;
+  const bool field = program_.code.size() == 1 && first.op == Op::kNumberField;
+  return field ? first.field->kind : FieldKind::kNumber;
 }
 
 int Expression::requireLogical() noexcept {

@@ -57,8 +57,8 @@ class Expression {
   std::size_t length() const noexcept { return program_.length; }
   const Program &program() const noexcept { return program_; }
   bool usesMemo() const noexcept { return program_.usesMemo; }
-  // Whether it is a field of 4-byte integers and nothing else.
-  bool isIntegerField() const noexcept;
+  // The kind of numbers of a field that is the whole expression; kNumber for everything else.
+  FieldKind numberKind() const noexcept;
   // Such an expression must not outlive the other table.
   bool usesOtherTable() const noexcept { return program_.usesOtherTable; }
 

@@ -36,6 +36,8 @@ class FilePair {
   // After beginReplacing: `liveTable` and `liveMemo` (null without memos) become the new ones, held
   // exclusively: File::settleIntoMode lets other programs in again.
   int replace(File &liveTable, Memo *liveMemo);
+  // Whether the new table is the table now, whatever became of its memo file.
+  bool tableInPlace() const noexcept { return tableInPlace_; }
 
   // Finishes a replacement that died after its table was in place. To be called before the memo
   // file of `table` is opened.

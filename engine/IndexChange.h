@@ -1,5 +1,6 @@
 // What one change of a table writes to one index file: collected in memory while the other writers
-// are kept out, then written in one go. Until `begin`ning to write nothing has happened to the file.
+// are kept out, then written in one go. Until `begin`ning to write nothing has happened to the
+// file.
 //
 // While it is written a mark stands in the directory's header (IndexState); a writer that dies
 // leaves it there, and the index is known to be behind its table. In exclusive mode the mark stands

@@ -69,10 +69,6 @@ int IndexCheck::checkFile() {
     findings_.add("the file has no header of an index");
     return kOk;
   }
-  if (index_.fileLength % kIndexPageSize != 0) {
-    findings_.add("the file ends within a page, at %llu",
-                  static_cast<unsigned long long>(index_.fileLength));
-  }
   claimHeader(0, "directory");
   IndexState state;
   status = state.read(index_.file);

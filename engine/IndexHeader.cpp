@@ -41,9 +41,7 @@ void IndexState::stamp(std::uint32_t counter, bool changing, std::uint32_t recor
 
 void IndexState::beginChange() { stamp(counter() + 1, true, 0); }
 
-void IndexState::endChange(std::uint32_t recordCount) {
-  stamp(counter() + 1, false, recordCount);
-}
+void IndexState::endChange(std::uint32_t recordCount) { stamp(counter() + 1, false, recordCount); }
 
 int corruptIndex(File &file) noexcept {
   return file.context().fail(kErrIndex, file.path().c_str(), "Corrupt index file");

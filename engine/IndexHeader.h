@@ -60,7 +60,8 @@ struct IndexState {
   bool changing() const { return isStamped() && readBig32(bytes + 68) != 0; }
   // Whether the table's record count is not the one that the index was left with.
   bool missesRecords(std::uint32_t recordCount) const {
-    return isStamped() && readBig32(bytes + 72) == counter() && readBig32(bytes + 76) != recordCount;
+    return isStamped() && readBig32(bytes + 72) == counter() &&
+           readBig32(bytes + 76) != recordCount;
   }
 
   // Both change the counter, so that a reader notices a change that began and one that ended.

@@ -40,7 +40,8 @@ int IndexUpdate::evaluateAll(std::uint32_t number, bool stored) noexcept {
     for (const base::Owned<Tag> &tag : index->tags()) {
       KeyChange &keys = tag->keyChange();
       if (status != kOk) break;
-      status = stored ? tag->evaluate(keys.oldKey, keys.leaves) : tag->evaluate(keys.newKey, keys.enters);
+      status = stored ? tag->evaluate(keys.oldKey, keys.leaves)
+                      : tag->evaluate(keys.newKey, keys.enters);
     }
   }
   table_.recordNumber_ = before;

@@ -1,8 +1,8 @@
 // What the change of one record means for the table's open indexes: which keys leave and enter
 // which tags, and writing that together with the record (Change.h).
 //
-// Everything that can be refused (an expression that overflows, a key that a unique tag has, a lock,
-// memory) is refused by `collect`, before anything is written.
+// Everything that can be refused (an expression that overflows, a key that a unique tag has, a
+// lock, memory) is refused by `collect`, before anything is written.
 #pragma once
 
 #include <cstdint>
@@ -33,6 +33,8 @@ class IndexUpdate {
   int begin() noexcept;
   int writePages() noexcept;
   int finish() noexcept;
+  // After `begin`: the record is neither the old nor the new one.
+  void loseRecord() noexcept { step_ = Step::kPages; }
 
  private:
   enum class Step { kCollecting, kBegun, kPages, kDone };

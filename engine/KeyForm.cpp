@@ -55,13 +55,17 @@ bool KeyForm::match(const Expression &key, std::uint32_t length, KeyForm &form) 
     case ValueType::kCharacter:
       matching.kind_ = Kind::kCharacter;
       matching.layout_.fill = ' ';
-      matches = length >= 1 && length <= kLongestKey;
+      // Another length means a form of its own: of fields that can be null, one byte more.
+      matches = length >= 1 && length <= kLongestKey && length == key.length();
       break;
     case ValueType::kNumeric:
       matching.kind_ = Kind::kNumber;
-      if (!key.isIntegerField() || length != kIntegerSize) break;
-      matching.kind_ = Kind::kInteger;
-      matches = true;
+      if (key.numberKind() == FieldKind::kInteger && length == kIntegerSize) {
+        matching.kind_ = Kind::kInteger;
+        matches = true;
+      }
+      // Other programs have a form of their own for these.
+      if (key.numberKind() == FieldKind::kCurrency) matches = false;
       break;
     case ValueType::kDate:
       matching.kind_ = Kind::kDate;
@@ -82,9 +86,12 @@ int KeyForm::choose(Context &context, const Expression &key, KeyForm &form) noex
   if (key.type() == ValueType::kCharacter) {
     length = std::min<std::size_t>(key.length(), kLongestKey + 1);
   } else if (key.type() != ValueType::kLogical) {
-    length = key.isIntegerField() ? kIntegerSize : kNumberSize;
+    length = key.numberKind() == FieldKind::kInteger ? kIntegerSize : kNumberSize;
   }
   if (match(key, static_cast<std::uint32_t>(length), form)) return kOk;
+  if (key.numberKind() == FieldKind::kCurrency) {
+    return context.fail(kErrSubexpressionType, source);
+  }
   return context.fail(kErrParameter, source, "Key length should be 1 to 240");
 }
 

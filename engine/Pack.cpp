@@ -44,16 +44,20 @@ int Packer::markIndexes() noexcept {
 int Packer::replaceFiles() {
   int status = markIndexes();
   if (status == kOk) status = files_.replace(table_.file_, table_.memo_.get());
+  // The new table can be in place though its memo file could not be renamed.
+  const bool replaced = files_.tableInPlace();
   for (IndexFile *index : table_.indexesInLockOrder()) {
-    if (status == kOk) {
+    if (replaced) {
       index->change().fail();  // until it is written anew
     } else {
       index->change().abandon(table_.count_);
     }
   }
   table_.cache_.forget();
-  if (status == kOk) status = table_.refreshCount();
-  return status == kOk ? table_.rebuildIndexes() : status;
+  if (!replaced) return status;
+  const int counted = table_.refreshCount();
+  const int rebuilt = counted == kOk ? table_.rebuildIndexes() : counted;
+  return status != kOk ? status : rebuilt;
 }
 
 int Packer::copyAll() {

@@ -20,22 +20,6 @@ constexpr std::uint32_t kLeastMost = 256;
 constexpr std::uint32_t kFew = 16;
 constexpr std::uint32_t kFewPart = 256;
 
-// While a plan is made nothing is reported: the scan finds out what matters.
-class Silence {
- public:
-  explicit Silence(Context &context) noexcept
-      : context_(context), boxes_(context.settings.showErrorBoxes) {
-    context_.settings.showErrorBoxes = false;
-  }
-  ~Silence() { context_.settings.showErrorBoxes = boxes_; }
-  Silence(const Silence &) = delete;
-  Silence &operator=(const Silence &) = delete;
-
- private:
-  Context &context_;
-  bool boxes_;
-};
-
 // ---- Programs
 
 enum class Effect { kPush, kChange, kReduce };
@@ -127,9 +111,6 @@ bool isUsable(const Tag &tag) {
   // A candidate tag has all records.
   if ((tag.header().options & kOptionUnique) != 0) return false;
   const Program &key = tag.expression()->program();
-  // Not everybody writes the keys of currencies as numbers.
-  const Field *field = onlyField(key);
-  if (field != nullptr && field->kind == FieldKind::kCurrency) return false;
   return !has(key, {Op::kDate, Op::kTime, Op::kRecordCount});
 }
 
@@ -221,7 +202,7 @@ bool textRange(const Tag &tag, Relation relation, std::string_view text, bool co
 }  // namespace
 
 bool QueryPlan::make(RecordSet &records, base::Vector<std::uint32_t> &order) noexcept {
-  const Silence silence(table_.context());
+  const Context::Quiet quiet(table_.context());  // the scan finds out what matters
   return base::guarded(
       false, [&] { return findTags() && findRecords(records) && putInOrder(records, order); });
 }
@@ -240,9 +221,7 @@ bool QueryPlan::findTags() {
 
 bool QueryPlan::putInOrder(const RecordSet &records, base::Vector<std::uint32_t> &order) {
   if (table_.selectedTag() == nullptr) return true;
-  if (table_.selectedTag()->order(selectedKeys_, records, order) == kOk) return true;
-  table_.context().clearError();
-  return false;
+  return table_.selectedTag()->order(selectedKeys_, records, order) == kOk;
 }
 
 bool QueryPlan::findRecords(RecordSet &records) {
@@ -356,7 +335,6 @@ bool QueryPlan::findRange(const Instruction &relation, const Part &left, const P
   if (condition_.evaluatePart(constantIsLeft ? left.begin : right.begin,
                               constantIsLeft ? right.begin : end,
                               texts ? ValueType::kCharacter : ValueType::kNumeric, value) != kOk) {
-    table_.context().clearError();
     return false;
   }
   const Relation direction = constantIsLeft ? turned(relation.relation) : relation.relation;
@@ -401,7 +379,6 @@ bool QueryPlan::collect(Part &part) {
 void QueryPlan::collect(const TagRange &range, Part &part) {
   RecordSet records(count_);
   failed_ = range.tag->collect(range.keys, most_, records) != kOk;
-  if (failed_) table_.context().clearError();
   if (!failed_ && records.size() <= most_) restrict(part, std::move(records));
 }
 

@@ -390,7 +390,8 @@ int Table::rebuildIndex(IndexFile &index) {
   if (definitions.size() == 0) return kOk;
   const base::String path = index.path();
   index.file().close();
-  const int status = IndexBuilder(*this).build(path.c_str(), definitions.data(), definitions.size());
+  const int status =
+      IndexBuilder(*this).build(path.c_str(), definitions.data(), definitions.size());
   const int reopened = index.reopen();
   return status != kOk ? status : reopened;
 }

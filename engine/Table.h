@@ -118,8 +118,8 @@ class Table {
   // file that is there is replaced, or keeps its other tags: 50 when other programs have it open.
   // In exclusive mode a file of the table's own base name becomes its production index.
   enum class Existing { kReplaced, kExtended };
-  int createIndex(const char *name, const TagDefinition *tags, std::size_t count,
-                  Existing existing, IndexFile *&index) noexcept;
+  int createIndex(const char *name, const TagDefinition *tags, std::size_t count, Existing existing,
+                  IndexFile *&index) noexcept;
   // Writes every open index anew, for a table that no other program has open.
   int rebuildIndexes() noexcept;
   int closeIndex(IndexFile *index) noexcept;
@@ -246,8 +246,8 @@ class Table {
   bool changed_ = false;    // the buffer differs from the record
   bool appending_ = false;  // between appendStart and append
   bool scanning_ = false;
-  bool deferred_ = false;  // the buffer does not hold the current record yet
-  int loadFailure_ = 0;    // the code of what kept the current record from being read
+  bool deferred_ = false;       // the buffer does not hold the current record yet
+  int loadFailure_ = 0;         // the code of what kept the current record from being read
   bool memoTouched_ = false;    // some memo text is loaded or changed
   bool updateDateDue_ = false;  // records were rewritten since the header's date was
 

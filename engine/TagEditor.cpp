@@ -295,8 +295,8 @@ int TagEditor::replaceChild(int level, const Children &children) noexcept {
     status = change_.freePage(step.page);
     return status == kOk ? makeRoot(child) : status;
   }
-  status = putInterior(step.page, page.attributes(), page.left(), page.right(), all.bytes,
-                       all.count);
+  status =
+      putInterior(step.page, page.attributes(), page.left(), page.right(), all.bytes, all.count);
   if (status != kOk || behind > 0 || level == 0) return status;
   Children self;
   const unsigned char *last = all.bytes + (all.count - 1) * entrySize();
@@ -323,9 +323,9 @@ int TagEditor::splitInterior(int level, const Children &all, bool atEnd) noexcep
     const std::uint32_t even = (all.count - from) / (parts - i);
     const bool full = atEnd && right == kNoPage && i + 1 < parts;
     const std::uint32_t size = full ? std::min(capacity, all.count - from - (parts - i - 1)) : even;
-    status = putInterior(places[i], 0, i == 0 ? left : places[i - 1],
-                         i + 1 == parts ? right : places[i + 1], all.bytes + from * entrySize(),
-                         size);
+    status =
+        putInterior(places[i], 0, i == 0 ? left : places[i - 1],
+                    i + 1 == parts ? right : places[i + 1], all.bytes + from * entrySize(), size);
     from += size;
     const unsigned char *last = all.bytes + (from - 1) * entrySize();
     addChild(children, last, readBig32(last + layout_.length), places[i]);

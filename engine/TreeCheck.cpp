@@ -32,8 +32,8 @@ std::size_t storedBytes(const IndexPage &page, const KeyLayout &layout) {
     unsigned char bytes[8] = {};
     std::memcpy(bytes, page.bytes + kLeafHead + i * entrySize, entrySize);
     const std::uint64_t counts = readLittle64(bytes) >> recordBits;
-    stored -= counts & maskOf(countBits[0]);
-    stored -= counts >> countBits[0] & maskOf(countBits[1]);
+    stored -= static_cast<std::size_t>(counts & maskOf(countBits[0]));
+    stored -= static_cast<std::size_t>(counts >> countBits[0] & maskOf(countBits[1]));
   }
   return stored;
 }

@@ -2,6 +2,7 @@
 // other. It reads every page by itself and believes nothing that another page says.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "base/Memory.h"
@@ -14,8 +15,10 @@ namespace zk::engine {
 // Which pages of an index file are in use.
 class PageUse {
  public:
-  // Throws std::bad_alloc.
-  explicit PageUse(std::uint64_t fileLength) : claimed_((fileLength / kIndexPageSize + 7) / 8) {}
+  // Of as many as can be named. Throws std::bad_alloc.
+  explicit PageUse(std::uint64_t fileLength)
+      : claimed_(
+            static_cast<std::size_t>(std::min(fileLength, kNamedBytes) / kIndexPageSize / 8 + 1)) {}
   bool isClaimed(std::uint32_t offset) const noexcept {
     return (claimed_[offset / kIndexPageSize / 8] & bitOf(offset)) != 0;
   }
@@ -27,6 +30,7 @@ class PageUse {
   }
 
  private:
+  static constexpr std::uint64_t kNamedBytes = std::uint64_t{1} << 32;
   static unsigned char bitOf(std::uint32_t offset) {
     return static_cast<unsigned char>(1 << offset / kIndexPageSize % 8);
   }

@@ -36,6 +36,8 @@ Fate arrive() {
     case Disturbance::kFailOnce:
       return first ? Fate::kFails : Fate::kWhole;
     case Disturbance::kFailHalfway:
+      return first ? Fate::kHalf : calls == target + 1 ? Fate::kFails : Fate::kWhole;
+    case Disturbance::kFailHalfwayAndOn:
       return first ? Fate::kHalf : Fate::kFails;
     case Disturbance::kFailFromThere:
       return Fate::kFails;

@@ -11,7 +11,8 @@ enum class Disturbance {
   kEndHalfway,  // a write has put half of its bytes in place
   kEndAfter,
   kFailOnce,
-  kFailHalfway,  // a write puts half of its bytes in place, and then nothing can be written any more
+  kFailHalfway,  // a write puts half of its bytes in place, its rest fails
+  kFailHalfwayAndOn,  // and so does every other one
   kFailFromThere,
 };
 

@@ -1,5 +1,6 @@
 // Locating: the records that match, one call at a time, against the same records picked from a walk
 // by the test itself; and everything that may happen between two calls.
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,6 +14,17 @@ using Numbers = std::vector<int>;
 
 constexpr int kEndOfFile = 3;
 constexpr int kRecordOrder = -1;
+
+// The allocator cannot be taken out again: it is told how many requests are granted; below 0: all.
+int granted = -1;
+bool refuses() { return granted >= 0 && granted-- == 0; }
+void *allocate(std::size_t size) { return refuses() ? nullptr : std::malloc(size); }
+void *reallocate(void *block, std::size_t size) {
+  return refuses() ? nullptr : std::realloc(block, size);
+}
+void *allocateZeroed(std::size_t count, std::size_t size) {
+  return refuses() ? nullptr : std::calloc(count, size);
+}
 
 class LocateTest : public TableTest {
  protected:
@@ -37,6 +49,12 @@ class LocateTest : public TableTest {
     if (mode == 2) return table;
     zk_Db_closeDb(table);
     return openTable(path(name), mode);
+  }
+
+  int32_t makeLimits(const char *low) {
+    const int32_t limits = createTable(path("LIMITS.DBF"), "LOW N 6 0");
+    appendRecord(limits, {{"LOW", low}});
+    return limits;
   }
 
   static int groupOf(int i) { return i < 450 ? i % 3 : i % 100; }
@@ -175,9 +193,7 @@ TEST_F(LocateTest, ErrorsTellWhatIsWrong) {
 
 TEST_F(LocateTest, ConditionsOnAnotherTableMissItWhenItIsClosed) {
   const int32_t table = makeTable();
-  zk_Db_closeDb(createTable(path("LIMITS.DBF"), "LOW N 6 0"));
-  int32_t limits = openTable(path("LIMITS"));
-  appendRecord(limits, {{"LOW", "100"}});
+  int32_t limits = makeLimits("100");
   EXPECT_EQ(zk_Db_locate(table, kRecordOrder, "ID > LIMITS->LOW"), 0);
   EXPECT_EQ(id(table), 101);
   zk_Db_assignFldInt(limits, "LOW", 200);
@@ -191,6 +207,30 @@ TEST_F(LocateTest, ConditionsOnAnotherTableMissItWhenItIsClosed) {
   limits = openTable(path("LIMITS"));
   EXPECT_EQ(zk_Db_locateNext(table), 0);
   EXPECT_EQ(id(table), 202);
+}
+
+TEST_F(LocateTest, RefusedMemoryIsAnErrorLikeOthers) {
+  zk_MemoryManager_set(allocate, reallocate, allocateZeroed, std::free);
+  const int32_t table = makeTable("T.DBF", 0);
+  makeLimits("60");
+  const char *const condition = "'fifty' $ NOTE .OR. UPPER(CODE) = 'ZZZ' .OR. ID = LIMITS->LOW";
+  for (const bool next : {false, true}) {
+    bool refused = true;
+    for (int n = 0; refused; ++n) {
+      ASSERT_LT(n, 1000);
+      if (next) {
+        ASSERT_EQ(zk_Db_locate(table, kRecordOrder, condition), 0);
+      }
+      granted = n;
+      const int status =
+          next ? zk_Db_locateNext(table) : zk_Db_locate(table, kRecordOrder, condition);
+      refused = granted < 0;
+      granted = -1;
+      EXPECT_EQ(status, refused ? -920 : 0) << "request " << n;
+      EXPECT_EQ(zk_DbError_code(), status);
+    }
+    EXPECT_EQ(id(table), next ? 60 : 50);
+  }
 }
 
 TEST_F(LocateTest, SeesWhatOthersChangeMeanwhile) {

@@ -44,7 +44,6 @@ const TagDefinition kTags[] = {
     {"SUM", "NUM + QTY", "", false, false},
     {"CHOSEN", "IIF(QTY < 0, NAME, UPPER(NAME))", "", false, false},
     {"SOME", "LEFT(NAME, 2)", "QTY > 0", false, false},
-    {"CUT", "LEFT(CODE+NAME,5)", "", false, false},  // becomes one of CODE+NAME
 };
 
 // What random conditions compare with constants: all keys, and a few that no tag has.
@@ -118,17 +117,9 @@ class QueryTest : public TableTest {
   Table &openWithTags(int count) {
     writeTable(count);
     buildIndex(kTags, std::size(kTags));
-    cutKeys();
     Table *const table = open();
     EXPECT_EQ(table->indexes().size(), 1u);
     return *table;
-  }
-
-  // A tag of another program may have keys that are shorter than its expression's values.
-  void cutKeys() {
-    const std::size_t pool = bytesOf("T.CDX").find("LEFT(CODE+NAME,5)");
-    patchFile(path("T.CDX"), pool, std::string("CODE+NAME", 10));
-    patchFile(path("T.CDX"), pool - 2, little(10, 2));
   }
 
   // ---- What a query finds, and where the table stands in the end
@@ -325,8 +316,6 @@ TEST_F(QueryTest, TagsRuleOutAllTheyCan) {
       {"'AB      ' = IIF(QTY < 0, NAME, UPPER(NAME))", kExactly},
       {"IIF(QTY > 0, NAME, UPPER(NAME)) = 'AB'", kNone},
       {"NUM < -18 .AND. QTY < -25", kExactly},
-      {"CODE + NAME = 'AB AB'", kExactly},
-      {"CODE + NAME = 'AB AB A'", kSome},
       {"NUM = 1 .OR. NUM = 2 .OR. NUM = 3 .OR. NAME # 'A'", kNone},
       {"NUM > -20", kNone},
       {"NUM < 0 .OR. NUM >= 0", kNone},

@@ -203,10 +203,11 @@ static int showHeaviest(int32_t table, int count) {
 static int seekItem(int32_t table, const char *key) {
   const int status = zk_Db_seekStr(key, table, kByTag);
   if (status < 0) return failed("seekStr");
-  printf("Seeking %s: %s\n", key,
-         status == 0   ? "found"
-         : status == 2 ? "not there, the next one is"
-                       : "nothing like it or behind");
+  if (status == 0) {
+    printf("Seeking %s: found\n", key);
+  } else {
+    printf("Seeking %s: not there, %s\n", key, status == 2 ? "the next one is" : "nor one behind");
+  }
   if (status == 0 || status == 2) printCurrent(table);
   return 1;
 }
@@ -287,6 +288,6 @@ int main(int argc, char **argv) {
   if (table < 0) return EXIT_FAILURE;
   ok = useTable(table, csvFile);
   if (zk_Db_closeDb(table) != 0) ok = failed("closeDb");
-  if (ok) printf("Done. To look at the table: zktool cat %s\n", path);
+  if (ok) printf("Done. To look at the table: zktool cat %s --order TAG000\n", path);
   return ok ? EXIT_SUCCESS : EXIT_FAILURE;
 }
