@@ -81,7 +81,10 @@ NewFile::~NewFile() {
 int NewFile::holdExisting(Context &context) {
   if (!platform::pathExists(path_.c_str())) return kOk;
   const int status = existing_.open(context, path_.c_str(), OpenMode::kShared, true);
-  return status == kOk ? existing_.becomeOnlyOpener() : status;
+  if (status != kOk) return status;
+  // A rename would not ask.
+  if (existing_.readOnly()) return context.fail(kErrCreating, path_.c_str());
+  return existing_.becomeOnlyOpener();
 }
 
 int NewFile::create(Context &context, const char *path) {

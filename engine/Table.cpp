@@ -453,7 +453,8 @@ int Table::seekKey(const SeekKey &key) noexcept {
 int Table::arrive(int status, std::uint32_t record) noexcept {
   if (status == kEndOfFile) return moveToEnd();
   if (status != kOk && status != kNextGreater && status != kBeginningOfFile) return status;
-  if (record > count_ && rereads()) {
+  // Within a scan too: the tag may be ahead of what was known of the table.
+  if (record > count_ && file_.othersMayWrite()) {
     const int counted = refreshCount();
     if (counted != kOk) return counted;
   }

@@ -352,6 +352,17 @@ TEST_F(IndexRefusalTest, WhichFileBecomesTheProductionIndex) {
   }
 }
 
+TEST_F(IndexRefusalTest, AReadOnlyIndexFileIsNotReplaced) {
+  int32_t table = makeTable(0, path("X").c_str());
+  zk_Db_closeAll();
+  ASSERT_EQ(zk_File_setReadOnlyAccess(path("X.CDX").c_str()), 1);
+  table = openTable(path("T.DBF"));
+  const ZkTagInfo tag = tagOf("CODE", "CODE");
+  EXPECT_EQ(zk_Tag_create(table, path("X").c_str(), &tag, 1), -20);
+  EXPECT_STREQ(zk_Db_readOnlyReason(table), "an index file is read-only");
+  EXPECT_EQ(zk_Tag_count(table), 2);
+}
+
 TEST_F(IndexRefusalTest, IndexFilesById) {
   const int32_t table = makeTable(2, nullptr);
   // The production index is open: an id for it; closing takes the id away, not the index.
