@@ -156,7 +156,8 @@ int Check::checkIndex(Table &table, Findings &findings, const base::String &path
   IndexCheck check(table, findings);
   const int status = check.run(path.c_str(), mode_);
   if (status == kOk && check.damaged()) {
-    rebuilds_.push_back({path, std::move(check.definitions()), check.rebuildObstacle()});
+    rebuilds_.push_back(
+        {path, std::move(check.definitions()), check.layout(), check.rebuildObstacle()});
   }
   return status;
 }
@@ -184,7 +185,8 @@ int Check::rebuild(Table &table, Findings &findings, Rebuild &index) {
     return kOk;
   }
   const std::size_t count = index.definitions.size();
-  const int status = IndexBuilder(table).build(index.path.c_str(), index.definitions.data(), count);
+  const int status =
+      IndexBuilder(table).build(index.path.c_str(), index.definitions.data(), count, index.layout);
   if (status == kOk) {
     findings.note("mended: written anew with %u tags", static_cast<unsigned>(count));
     anythingMended_ = true;

@@ -34,6 +34,7 @@ class Check {
   struct Rebuild {
     base::String path;
     TagDefinitions definitions;
+    IndexLayout layout;
     const char *obstacle;
   };
 

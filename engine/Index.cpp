@@ -21,6 +21,7 @@ int IndexFile::open(const char *path, OpenMode mode) {
   status = header.read(file_, 0, fileLength_);
   if (status == kOk) status = findOutWhetherBehind();
   if (status != kOk) return status;
+  layout_ = header.layout();
   if (!header.compound()) return addTag(baseName(file_.path()), 0);
   if (header.keyLength != kTagNameSize) return damaged();
   return readDirectory(header);

@@ -34,6 +34,7 @@ class IndexFile {
   File &file() noexcept { return file_; }
   const base::String &path() const noexcept { return file_.path(); }
   const base::Vector<base::Owned<Tag>> &tags() const noexcept { return tags_; }
+  IndexLayout layout() const noexcept { return layout_; }
   IndexChange &change() noexcept { return change_; }
 
   // Looks whether another program changed the file since the last call; then everything that was
@@ -78,6 +79,7 @@ class IndexFile {
   std::uint64_t version_ = 1;
   std::uint64_t foreignVersion_ = 1;
   bool behind_ = false;
+  IndexLayout layout_ = IndexLayout::kCompound;
   IndexChange change_;
   base::Vector<base::Owned<Tag>> tags_;
 };

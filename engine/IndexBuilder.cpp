@@ -112,12 +112,6 @@ int NewFile::putInPlace() noexcept {
   return file_.close();
 }
 
-int putHeader(PageWriter &pages, std::uint32_t place, const IndexHeader &header) noexcept {
-  unsigned char bytes[kIndexHeaderSize];
-  header.build(bytes);  // that the texts fit was checked before
-  return pages.put(place, bytes, sizeof bytes);
-}
-
 }  // namespace
 
 // ---- Definitions as a set
@@ -160,9 +154,11 @@ const TagDefinition *TagDefinitions::data() {
 IndexBuilder::IndexBuilder(Table &table, std::size_t budget) noexcept
     : table_(table), context_(table.context()), budget_(budget) {}
 
-int IndexBuilder::build(const char *path, const TagDefinition *definitions,
-                        std::size_t count) noexcept {
-  if (path == nullptr || path[0] == '\0' || definitions == nullptr || count == 0) {
+int IndexBuilder::build(const char *path, const TagDefinition *definitions, std::size_t count,
+                        IndexLayout layout) noexcept {
+  layout_ = layout;
+  if (path == nullptr || path[0] == '\0' || definitions == nullptr || count == 0 ||
+      (layout == IndexLayout::kSingleTag && count != 1)) {
     return context_.fail(kErrParameter, path);
   }
   const int status = base::guarded(kErrMemory, [&] { return run(path, definitions, count); });
@@ -254,12 +250,13 @@ int IndexBuilder::writeFile(File &file) {
   PageWriter pages(file);
   WorkFile workFile(context_);
   const std::uint32_t header = pages.allocate(kIndexHeaderSize);
-  const std::uint32_t firstPage = pages.allocate();
+  const bool compound = layout_ == IndexLayout::kCompound;
+  const std::uint32_t firstPage = compound ? pages.allocate() : 0;
   for (Tag &tag : tags_) {
     const int status = writeTag(pages, workFile, tag);
     if (status != kOk) return status;
   }
-  const int status = writeDirectory(pages, header, firstPage);
+  const int status = compound ? writeDirectory(pages, header, firstPage) : kOk;
   return status == kOk ? pages.finish() : status;
 }
 
@@ -270,7 +267,8 @@ int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
   if (status == kOk) status = sorter.sort();
   if (status != kOk) return status;
 
-  tag.place = pages.allocate(kIndexHeaderSize);
+  const bool compound = layout_ == IndexLayout::kCompound;
+  tag.place = compound ? pages.allocate(kIndexHeaderSize) : 0;
   TreeWriter tree(pages, layout, sorter.largestRecord(), pages.allocate());
   status = writeKeys(tag, sorter, tree);
   IndexHeader header;
@@ -278,7 +276,7 @@ int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
   if (status != kOk) return status;
   header.freePage = 0;
   header.keyLength = static_cast<std::uint16_t>(layout.length);
-  header.options = kTagOptions | tag.options;
+  header.options = tag.options | (compound ? kTagOptions : kOptionCompact);
   header.descending = tag.descending;
   header.expression = tag.key->source();
   if (tag.filter != nullptr) {
@@ -286,6 +284,20 @@ int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
     header.filter = tag.filter->source();
   }
   return putHeader(pages, tag.place, header);
+}
+
+// The one at the beginning of the file also tells the index's state.
+int IndexBuilder::putHeader(PageWriter &pages, std::uint32_t place,
+                            const IndexHeader &header) noexcept {
+  unsigned char bytes[kIndexHeaderSize];
+  header.build(bytes);  // that the texts fit was checked before
+  if (place == 0) {
+    IndexState state;
+    std::memcpy(state.bytes, bytes, sizeof state.bytes);
+    state.endChange(recordCount_);
+    std::memcpy(bytes, state.bytes, sizeof state.bytes);
+  }
+  return pages.put(place, bytes, sizeof bytes);
 }
 
 int IndexBuilder::collect(Tag &tag, KeySorter &sorter) {
@@ -355,13 +367,7 @@ int IndexBuilder::writeDirectory(PageWriter &pages, std::uint32_t header, std::u
   directory.freePage = 0;
   directory.keyLength = kTagNameSize;
   directory.options = kTagOptions | kOptionDirectory;
-  unsigned char bytes[kIndexHeaderSize];
-  directory.build(bytes);
-  IndexState state;
-  std::memcpy(state.bytes, bytes, sizeof state.bytes);
-  state.endChange(recordCount_);
-  std::memcpy(bytes, state.bytes, sizeof state.bytes);
-  return pages.put(header, bytes, sizeof bytes);
+  return putHeader(pages, header, directory);
 }
 
 }  // namespace zk::engine

@@ -75,7 +75,8 @@ class IndexBuilder {
   //   -950  a filter is not logical      -400 .. -500  an expression is wrong; -460: uses a memo
   //   50  other programs have what is there open
   //   -20 -70 -90 -120  files, the working file of the sort among them       -920  memory
-  int build(const char *path, const TagDefinition *definitions, std::size_t count) noexcept;
+  int build(const char *path, const TagDefinition *definitions, std::size_t count,
+            IndexLayout layout = IndexLayout::kCompound) noexcept;
 
  private:
   struct Tag {
@@ -97,6 +98,7 @@ class IndexBuilder {
 
   int writeFile(File &file);
   int writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag);
+  int putHeader(PageWriter &pages, std::uint32_t place, const IndexHeader &header) noexcept;
   int collect(Tag &tag, KeySorter &sorter);
   int collectRecord(Tag &tag, KeySorter &sorter);
   int writeKeys(const Tag &tag, KeySorter &sorter, TreeWriter &tree);
@@ -105,6 +107,7 @@ class IndexBuilder {
   Table &table_;
   Context &context_;
   const std::size_t budget_;
+  IndexLayout layout_ = IndexLayout::kCompound;
   std::uint32_t recordCount_ = 0;
   base::Vector<Tag> tags_;
   base::Vector<const Tag *> byName_;

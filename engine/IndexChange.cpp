@@ -12,7 +12,7 @@ constexpr std::uint64_t kLargestFile = kNoPage - kNoPage % kIndexPageSize;
 
 }  // namespace
 
-int IndexChange::begin(std::uint32_t recordCount) noexcept {
+int IndexChange::begin() noexcept {
   if (index_.behind()) return index_.fallBehind();
   int status = lock_.acquire(index_.file(), kAppendLockByte, 1);
   if (status != kOk) return status;
@@ -24,13 +24,16 @@ int IndexChange::begin(std::uint32_t recordCount) noexcept {
       status = index_.noticeChange(state_);
     }
   }
-  if (status == kOk && !unsettled_) {
-    const bool misses = recordCount != kAnyCount && state_.missesRecords(recordCount);
-    if (state_.changing() || misses) status = index_.fallBehind();
-  }
+  if (status == kOk && !unsettled_ && state_.changing()) status = index_.fallBehind();
+  recordCount_ =
+      state_.knowsRecords() ? state_.recordCount() : index_.table().recordCount();
   fileEnd_ = (index_.fileLength_ + kIndexPageSize - 1) / kIndexPageSize * kIndexPageSize;
   if (status != kOk) end();
   return status;
+}
+
+int IndexChange::expectRecords(std::uint32_t count) noexcept {
+  return unsettled_ || recordCount_ == count ? kOk : index_.fallBehind();
 }
 
 // ---- Collected in memory
@@ -150,9 +153,9 @@ int IndexChange::writePages() noexcept {
   return status;
 }
 
-int IndexChange::finish(std::uint32_t recordCount) noexcept {
+int IndexChange::finish(std::uint32_t added) noexcept {
   if (!unsettled_) {
-    state_.endChange(recordCount);
+    state_.endChange(recordCount_ + added);
     const int status = state_.write(index_.file());
     if (status != kOk) return status;
   }
@@ -180,14 +183,14 @@ int IndexChange::settle(std::uint32_t recordCount) noexcept {
   return kOk;
 }
 
-void IndexChange::abandon(std::uint32_t recordCount) noexcept {
+void IndexChange::abandon() noexcept {
   if (!begun_) return;
   if (writing_ && fileEnd_ > index_.fileLength_) {
     platform::setFileLength(index_.file().handle(), index_.fileLength_);
   }
   if (writing_ && !unsettled_) {
     state_.setFreePage(index_.state_.freePage());
-    state_.endChange(recordCount);
+    state_.endChange(recordCount_);
     if (state_.write(index_.file()) == kOk) {
       index_.state_ = state_;
     } else {

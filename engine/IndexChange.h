@@ -26,9 +26,11 @@ class IndexChange {
   IndexChange &operator=(const IndexChange &) = delete;
 
   // Keeps other writers out, until `finish` or `abandon`. 0, 50, or -310 when the index is behind
-  // its table (of `recordCount` records; kAnyCount when that is not known).
-  static constexpr std::uint32_t kAnyCount = 0xFFFFFFFF;
-  int begin(std::uint32_t recordCount) noexcept;
+  // its table.
+  int begin() noexcept;
+  // The table has so many records now, with the other writers kept out. 0, or -310 when the index was
+  // left with another number.
+  int expectRecords(std::uint32_t count) noexcept;
   bool begun() const noexcept { return begun_; }
 
   // ---- Collected in memory
@@ -51,12 +53,11 @@ class IndexChange {
   // What makes the file longer: where space is short, this fails before anything is lost.
   int writeNewPages() noexcept;
   int writePages() noexcept;
-  // Ends the change; `recordCount` is the table's now.
-  int finish(std::uint32_t recordCount) noexcept;
+  // Ends the change, which added so many records to the table.
+  int finish(std::uint32_t added) noexcept;
 
-  // Forgets what was collected, while no page but new ones was written; `recordCount` is the
-  // table's as it was.
-  void abandon(std::uint32_t recordCount) noexcept;
+  // Forgets what was collected, while no page but new ones was written.
+  void abandon() noexcept;
   // Ends a change that cannot be finished: the index does not tell all of the table, which
   // everybody sees until it is repaired.
   void fail() noexcept;
@@ -87,6 +88,7 @@ class IndexChange {
   bool writing_ = false;
   bool unsettled_ = false;
   IndexState state_;
+  std::uint32_t recordCount_ = 0;  // of the table, as the index was left with
   std::uint64_t fileEnd_ = 0;
   base::Vector<ChangedPage> pages_;
   base::Vector<ChangedRoot> roots_;

@@ -69,6 +69,7 @@ int IndexCheck::checkFile() {
     findings_.add("the file has no header of an index");
     return kOk;
   }
+  layout_ = header.layout();
   claimHeader(0, "directory");
   IndexState state;
   status = state.read(index_.file);
@@ -79,8 +80,9 @@ int IndexCheck::checkFile() {
   if (header.compound()) {
     status = checkDirectory(header);
   } else {
-    obstacle_ = "single-tag files are not written";
-    status = checkTagTree(header, TagLabel(baseName(index_.file.path())).text());
+    const base::String name(baseName(index_.file.path()));
+    addDefinition(name.substr(0, kTagNameSize).c_str(), header);
+    status = checkTagTree(header, TagLabel(name).text());
   }
   for (std::size_t i = 0; i < tags_.size() && status == kOk; ++i) status = checkTag(tags_[i]);
   return status == kOk ? checkFreePages(state.freePage()) : status;
@@ -147,9 +149,13 @@ int IndexCheck::checkTag(const TagPlace &place) {
   const std::uint32_t before = findings_.count();
   claimHeader(place.offset, name);
   if (findings_.count() > before) damaged_ = true;
-  definitions_.add({place.name.c_str(), header.expression.c_str(), header.filter.c_str(),
-                    header.unique(), header.descending, header.options});
+  addDefinition(place.name.c_str(), header);
   return checkTagTree(header, name);
+}
+
+void IndexCheck::addDefinition(const char *name, const IndexHeader &header) {
+  definitions_.add({name, header.expression.c_str(), header.filter.c_str(), header.unique(),
+                    header.descending, header.options});
 }
 
 int IndexCheck::checkTagTree(const IndexHeader &header, const char *name) {

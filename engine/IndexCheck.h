@@ -30,6 +30,7 @@ class IndexCheck {
   const char *rebuildObstacle() const noexcept { return obstacle_; }
   // What to write it from, when nothing is in the way.
   TagDefinitions &definitions() noexcept { return definitions_; }
+  IndexLayout layout() const noexcept { return layout_; }
 
  private:
   struct TagPlace {
@@ -44,6 +45,7 @@ class IndexCheck {
   int readHeader(std::uint32_t offset, IndexHeader &header, bool &good);
   int checkTag(const TagPlace &place);
   int checkTagTree(const IndexHeader &header, const char *name);
+  void addDefinition(const char *name, const IndexHeader &header);
   void claimHeader(std::uint32_t offset, const char *name) noexcept;
   int checkFreePages(std::uint32_t first) noexcept;
 
@@ -52,6 +54,7 @@ class IndexCheck {
   CheckedIndex index_;
   base::Vector<TagPlace> tags_;
   TagDefinitions definitions_;
+  IndexLayout layout_ = IndexLayout::kCompound;
   const char *obstacle_ = nullptr;
   bool damaged_ = false;
 };

@@ -34,6 +34,11 @@ constexpr std::uint8_t kOptionCompact = 0x20;
 constexpr std::uint8_t kOptionCompound = 0x40;
 constexpr std::uint8_t kOptionDirectory = 0x80;
 
+enum class IndexLayout {
+  kCompound,
+  kSingleTag,  // the one tag's header lies where the directory's is else
+};
+
 // What every change of an index file rewrites: the beginning of the directory's header, up to and
 // with what this library keeps in reserved bytes.
 //
@@ -58,11 +63,11 @@ struct IndexState {
   void setFreePage(std::uint32_t page) { writeLittle32(bytes + 4, page); }
   std::uint32_t counter() const { return readBig32(bytes + 8); }
   bool changing() const { return isStamped() && readBig32(bytes + 68) != 0; }
-  // Whether the table's record count is not the one that the index was left with.
-  bool missesRecords(std::uint32_t recordCount) const {
-    return isStamped() && readBig32(bytes + 72) == counter() &&
-           readBig32(bytes + 76) != recordCount;
-  }
+  // Whether it tells how many records the table had when the index was written last.
+  bool knowsRecords() const { return isStamped() && readBig32(bytes + 72) == counter(); }
+  std::uint32_t recordCount() const { return readBig32(bytes + 76); }
+  // Whether the table's record count is not that one.
+  bool missesRecords(std::uint32_t count) const { return knowsRecords() && recordCount() != count; }
 
   // Both change the counter, so that a reader notices a change that began and one that ended.
   void beginChange();
@@ -86,6 +91,9 @@ struct IndexHeader {
 
   bool unique() const { return (options & (kOptionUnique | kOptionCandidate)) != 0; }
   bool compound() const { return (options & kOptionCompound) != 0; }
+  IndexLayout layout() const {
+    return compound() ? IndexLayout::kCompound : IndexLayout::kSingleTag;
+  }
 
   // Reads and checks the header at `offset` of a file of `fileLength` bytes. 0, -70, or -310 with
   // "Corrupt index file". Throws std::bad_alloc.

@@ -23,7 +23,7 @@ IndexUpdate::~IndexUpdate() {
     if (step_ == Step::kPages) {
       change.fail();
     } else {
-      change.abandon(table_.count_);
+      change.abandon();
     }
     return kOk;
   });
@@ -55,7 +55,7 @@ int IndexUpdate::collectAppend(std::uint32_t number) noexcept {
     for (const base::Owned<Tag> &tag : index->tags()) tag->keyChange().leaves = false;
   }
   const int status = evaluateAll(number, false);
-  return status == kOk ? collect(number, number - 1) : status;
+  return status == kOk ? collect(number) : status;
 }
 
 int IndexUpdate::collectUpdate(std::uint32_t number) noexcept {
@@ -67,7 +67,7 @@ int IndexUpdate::collectUpdate(std::uint32_t number) noexcept {
   status = evaluateAll(number, true);
   std::swap(table_.record_, table_.spare_);
   if (status != kOk || !dropUnchanged()) return status;
-  return collect(number, IndexChange::kAnyCount);
+  return collect(number);
 }
 
 // Keys that stay what they are; whether any others are left.
@@ -86,14 +86,17 @@ bool IndexUpdate::dropUnchanged() noexcept {
   return any;
 }
 
-int IndexUpdate::collect(std::uint32_t number, std::uint32_t recordCount) noexcept {
+int IndexUpdate::collect(std::uint32_t number) noexcept {
   for (IndexFile *index : table_.indexesInLockOrder()) {
     bool concerned = appending_;
     for (const base::Owned<Tag> &tag : index->tags()) {
       concerned = concerned || tag->keyChange().leaves || tag->keyChange().enters;
     }
     if (!concerned) continue;
-    int status = index->change().begin(recordCount);
+    int status = index->change().begin();
+    // With the append lock, or with this index locked, the count is that of all who keep the index.
+    if (status == kOk && !appending_ && table_.rereads()) status = table_.refreshCount();
+    if (status == kOk) status = index->change().expectRecords(table_.count_);
     for (const base::Owned<Tag> &tag : index->tags()) {
       if (status == kOk) status = collectTag(*index, *tag, number);
     }

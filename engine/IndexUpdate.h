@@ -41,7 +41,7 @@ class IndexUpdate {
 
   int evaluateAll(std::uint32_t number, bool stored) noexcept;
   bool dropUnchanged() noexcept;
-  int collect(std::uint32_t number, std::uint32_t recordCount) noexcept;
+  int collect(std::uint32_t number) noexcept;
   int collectTag(IndexFile &index, Tag &tag, std::uint32_t number) noexcept;
   int keyIsMissing(IndexFile &index, Tag &tag, TagEditor &editor, std::uint32_t number) noexcept;
   int mismatch(IndexFile &index) noexcept;

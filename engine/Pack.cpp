@@ -35,7 +35,7 @@ int Packer::markIndexes() noexcept {
   int status = kOk;
   for (IndexFile *index : table_.indexesInLockOrder()) {
     if (index->behind()) continue;
-    if (status == kOk) status = index->change().begin(IndexChange::kAnyCount);
+    if (status == kOk) status = index->change().begin();
     if (status == kOk) status = index->change().beginWriting();
   }
   return status;
@@ -50,7 +50,7 @@ int Packer::replaceFiles() {
     if (replaced) {
       index->change().fail();  // until it is written anew
     } else {
-      index->change().abandon(table_.count_);
+      index->change().abandon();
     }
   }
   table_.cache_.forget();

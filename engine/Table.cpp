@@ -319,6 +319,10 @@ int Table::createIndex(const char *name, const TagDefinition *tags, std::size_t 
     TagDefinitions definitions;
     const int opened = addIndex(path.c_str(), index);
     if (opened != kOk) return opened;
+    if (index->layout() == IndexLayout::kSingleTag) {
+      index = nullptr;
+      return context_.fail(kErrParameter, path.c_str(), "Index file has room for one tag only");
+    }
     definitions.addTagsOf(*index);
     for (std::size_t i = 0; i < count; ++i) definitions.add(tags[i]);
     return writeIndex(path.c_str(), definitions.data(), definitions.size(), index);
@@ -390,8 +394,8 @@ int Table::rebuildIndex(IndexFile &index) {
   if (definitions.size() == 0) return kOk;
   const base::String path = index.path();
   index.file().close();
-  const int status =
-      IndexBuilder(*this).build(path.c_str(), definitions.data(), definitions.size());
+  const int status = IndexBuilder(*this).build(path.c_str(), definitions.data(), definitions.size(),
+                                               index.layout());
   const int reopened = index.reopen();
   return status != kOk ? status : reopened;
 }

@@ -819,7 +819,7 @@ TEST_F(CheckTest, ATagWithoutDuplicatesMayLeaveRecordsOut) {
   EXPECT_EQ(refused.texts.back(), "not written anew: Unique Key Error (-340)");
 }
 
-TEST_F(CheckTest, SingleTagFilesAreCheckedButNotWritten) {
+TEST_F(CheckTest, SingleTagFilesStaySo) {
   writeFile(table_, tableBytes(0x03, {{"A", 'C', 3}}, {" two", " one", " six"}));
   const int32_t table = openTable(table_);
   const std::string index = path("A.IDX");
@@ -837,13 +837,23 @@ TEST_F(CheckTest, SingleTagFilesAreCheckedButNotWritten) {
   EXPECT_EQ(check(table_, false, indexes).texts, Texts());
   writeFile(table_, tableBytes(0x03, {{"A", 'C', 3}}, {" two", " one", " ten"}));
   const Result found = check(table_, true, indexes);
-  EXPECT_EQ(found.code, 2);
+  EXPECT_EQ(found.code, 0);
   EXPECT_EQ(found.texts,
             (Texts{"tag \"A\", page 1024: record 3 stands under the key \"six\", but its key is "
                    "\"ten\"",
                    "tag \"A\": record 3 is missing, whose key is \"ten\"",
-                   "not written anew: single-tag files are not written"}));
-  EXPECT_EQ(bytesOf("A.IDX"), single);
+                   "mended: written anew with 1 tags"}));
+
+  const int32_t changed = openTable(table_);
+  ASSERT_GE(zk_Db_openNdx(changed, index.c_str()), 100);
+  appendRecord(changed, {{"A", "new"}});
+  zk_Db_goRec(changed, 1);
+  zk_Db_delRec(changed);
+  EXPECT_EQ(zk_Db_packDb(changed), 0);
+  appendRecord(changed, {{"A", "one"}});
+  zk_Db_closeDb(changed);
+  EXPECT_EQ(check(table_, false, indexes).texts, Texts());
+  EXPECT_EQ(bytesOf("A.IDX")[14], '\x20');
 }
 
 // ---- Circumstances
