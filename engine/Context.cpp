@@ -98,6 +98,12 @@ IndexFile *liveIndex(const void *handle) noexcept {
   return found;
 }
 
+bool hasOtherIndexAt(const Table &table, const platform::FileIdentity &identity) noexcept {
+  return findTable([&table, &identity](const Table &other) {
+           return &other != &table && other.openIndexAt(identity) != nullptr;
+         }) != nullptr;
+}
+
 bool isOpenTwice(const Table &table) noexcept {
   return findTable([&table](const Table &other) {
            return &other != &table && other.fileIdentity() == table.fileIdentity();

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "engine/Error.h"
+#include "platform/File.h"
 
 namespace zk::engine {
 
@@ -89,5 +90,7 @@ IndexFile *liveIndex(const void *handle) noexcept;
 
 // Whether another table object of this process has the same file open.
 bool isOpenTwice(const Table &table) noexcept;
+// Whether another table object has that index file open.
+bool hasOtherIndexAt(const Table &table, const platform::FileIdentity &identity) noexcept;
 
 }  // namespace zk::engine

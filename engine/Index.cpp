@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "base/Guard.h"
 #include "engine/FileNames.h"
 #include "engine/Table.h"
 
@@ -27,8 +28,7 @@ int IndexFile::open(const char *path, OpenMode mode) {
   return readDirectory(header);
 }
 
-int IndexFile::reopen() {
-  const base::String path = file_.path();
+int IndexFile::reopen() noexcept {
   const OpenMode mode = file_.mode();
   file_.close();
   tags_.clear();
@@ -37,7 +37,15 @@ int IndexFile::reopen() {
   ++version_;
   ++foreignVersion_;
   behind_ = false;
-  return open(path.c_str(), mode);
+  const int status = base::guarded(kErrMemory, [this, mode] {
+    const base::String path = file_.path();
+    return open(path.c_str(), mode);
+  });
+  if (status != kOk) {
+    file_.close();
+    tags_.clear();
+  }
+  return status;
 }
 
 // Under the writers' lock, so that no change is half way.

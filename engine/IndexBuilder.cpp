@@ -195,14 +195,22 @@ int IndexBuilder::compile(const TagDefinition &definition) {
     return context_.fail(kErrParameter, tag.name,
                          "expression source length > max allowable chars for index");
   }
-  status = Expression::compile(table_, source, tag.key);
-  if (status == kOk) status = KeyForm::choose(context_, *tag.key, tag.form);
-  if (status == kOk && filter[0] != '\0') status = compileFilter(filter, tag);
+  status = tag.keys.compile(table_, source, filter);
+  if (status == kOk) status = tag.keys.choose(context_);
   if (status != kOk) return status;
-  tag.options = definition.options & (kOptionUnique | kOptionCandidate);
-  tag.skipDuplicates = (tag.options & kOptionUnique) != 0;
-  if (definition.unique && tag.options == 0) tag.options = kOptionUnique;
-  tag.descending = definition.descending;
+
+  const std::uint8_t kept = definition.options & (kOptionUnique | kOptionCandidate);
+  tag.skipDuplicates = (kept & kOptionUnique) != 0;
+  IndexHeader &header = tag.header;
+  header.options = kept;
+  if (definition.unique && kept == 0) header.options = kOptionUnique;
+  header.options |= layout_ == IndexLayout::kCompound ? kTagOptions : kOptionCompact;
+  if (filter[0] != '\0') header.options |= kOptionFilter;
+  header.freePage = 0;
+  header.keyLength = static_cast<std::uint16_t>(tag.keys.form().layout().length);
+  header.descending = definition.descending;
+  header.expression = source;
+  header.filter = filter;
   tags_.push_back(std::move(tag));
   return kOk;
 }
@@ -219,17 +227,6 @@ int IndexBuilder::takeName(const char *name, Tag &tag) noexcept {
     tag.name[i] = static_cast<char>(upper[static_cast<unsigned char>(name[i])]);
   }
   return kOk;
-}
-
-int IndexBuilder::compileFilter(const char *source, Tag &tag) {
-  const int status = Expression::compile(table_, source, tag.filter);
-  if (status != kOk) return status;
-  if (tag.filter->type() != ValueType::kLogical) {
-    return context_.fail(kErrUnexpectedResult, source, "Filter should be Logical");
-  }
-  // As in keys: what a record's bytes do not tell could change without the index.
-  if (tag.filter->usesMemo()) return context_.fail(kErrSubexpressionType, source);
-  return tag.filter->usesOtherTable() ? context_.fail(kErrAlias, source) : kOk;
 }
 
 int IndexBuilder::sortNames() {
@@ -261,29 +258,17 @@ int IndexBuilder::writeFile(File &file) {
 }
 
 int IndexBuilder::writeTag(PageWriter &pages, WorkFile &workFile, Tag &tag) {
-  const KeyLayout &layout = tag.form.layout();
+  const KeyLayout &layout = tag.keys.form().layout();
   KeySorter sorter(workFile, layout.length, budget_);
   int status = collect(tag, sorter);
   if (status == kOk) status = sorter.sort();
   if (status != kOk) return status;
 
-  const bool compound = layout_ == IndexLayout::kCompound;
-  tag.place = compound ? pages.allocate(kIndexHeaderSize) : 0;
+  tag.place = layout_ == IndexLayout::kCompound ? pages.allocate(kIndexHeaderSize) : 0;
   TreeWriter tree(pages, layout, sorter.largestRecord(), pages.allocate());
   status = writeKeys(tag, sorter, tree);
-  IndexHeader header;
-  if (status == kOk) status = tree.finish(header.root);
-  if (status != kOk) return status;
-  header.freePage = 0;
-  header.keyLength = static_cast<std::uint16_t>(layout.length);
-  header.options = tag.options | (compound ? kTagOptions : kOptionCompact);
-  header.descending = tag.descending;
-  header.expression = tag.key->source();
-  if (tag.filter != nullptr) {
-    header.options |= kOptionFilter;
-    header.filter = tag.filter->source();
-  }
-  return putHeader(pages, tag.place, header);
+  if (status == kOk) status = tree.finish(tag.header.root);
+  return status == kOk ? putHeader(pages, tag.place, tag.header) : status;
 }
 
 // The one at the beginning of the file also tells the index's state.
@@ -303,8 +288,7 @@ int IndexBuilder::putHeader(PageWriter &pages, std::uint32_t place,
 int IndexBuilder::collect(Tag &tag, KeySorter &sorter) {
   const Scan scan(table_);
   sorter.begin(scan.count());
-  tag.key->beginRun();
-  if (tag.filter != nullptr) tag.filter->beginRun();
+  tag.keys.beginRun();
   // By number: the table's own order may be that of a tag.
   for (std::uint32_t record = 1; record <= scan.count(); ++record) {
     int status = table_.go(record);
@@ -318,22 +302,15 @@ int IndexBuilder::collect(Tag &tag, KeySorter &sorter) {
 }
 
 int IndexBuilder::collectRecord(Tag &tag, KeySorter &sorter) {
-  if (tag.filter != nullptr) {
-    bool holds = false;
-    const int status = tag.filter->evaluateCondition(holds);
-    if (status != kOk || !holds) return status;
-  }
-  Value value;
-  const int status = tag.key->evaluate(value);
-  if (status != kOk) return status;
   unsigned char key[kLongestKey];
-  tag.form.put(value, key);
-  return sorter.add(key, table_.recordNumber());
+  bool inTag = false;
+  const int status = tag.keys.evaluate(key, inTag);
+  return status == kOk && inTag ? sorter.add(key, table_.recordNumber()) : status;
 }
 
 int IndexBuilder::writeKeys(const Tag &tag, KeySorter &sorter, TreeWriter &tree) {
   const auto total = static_cast<std::int64_t>(sorter.count());
-  const std::size_t length = tag.form.layout().length;
+  const std::size_t length = tag.keys.form().layout().length;
   for (std::int64_t done = 0;; ++done) {
     if (done % kProgressStep == 0 || done == total) {
       context_.reportProgress("Creating Tag", done, total);
@@ -342,7 +319,7 @@ int IndexBuilder::writeKeys(const Tag &tag, KeySorter &sorter, TreeWriter &tree)
     std::uint32_t record = 0;
     int status = sorter.next(key, record);
     if (status == kEndOfFile) return kOk;
-    const bool unique = tag.options != 0;
+    const bool unique = tag.header.unique();
     if (status == kOk && unique && done > 0 && std::memcmp(tree.lastKey(), key, length) == 0) {
       if (tag.skipDuplicates) continue;
       status = context_.fail(kErrUnique, tag.name);

@@ -17,11 +17,10 @@
 #include <string_view>
 
 #include "base/Memory.h"
-#include "engine/Expression.h"
 #include "engine/File.h"
 #include "engine/IndexHeader.h"
-#include "engine/KeyForm.h"
 #include "engine/KeySorter.h"
+#include "engine/RecordKeys.h"
 #include "engine/TagWriter.h"
 #include "engine/WorkFile.h"
 
@@ -81,19 +80,15 @@ class IndexBuilder {
  private:
   struct Tag {
     char name[kTagNameSize + 1] = "";
-    std::uint8_t options = 0;
+    RecordKeys keys;
+    IndexHeader header;
     bool skipDuplicates = false;
-    bool descending = false;
-    base::Owned<Expression> key;
-    base::Owned<Expression> filter;  // null for none
-    KeyForm form;
     std::uint32_t place = 0;  // of its header
   };
 
   int run(const char *path, const TagDefinition *definitions, std::size_t count);
   int compile(const TagDefinition &definition);
   int takeName(const char *name, Tag &tag) noexcept;
-  int compileFilter(const char *source, Tag &tag);
   int sortNames();
 
   int writeFile(File &file);

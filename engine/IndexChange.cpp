@@ -4,6 +4,7 @@
 
 #include "base/Guard.h"
 #include "engine/Index.h"
+#include "engine/Table.h"
 
 namespace zk::engine {
 namespace {
@@ -25,8 +26,7 @@ int IndexChange::begin() noexcept {
     }
   }
   if (status == kOk && !unsettled_ && state_.changing()) status = index_.fallBehind();
-  recordCount_ =
-      state_.knowsRecords() ? state_.recordCount() : index_.table().recordCount();
+  recordCount_ = state_.knowsRecords() ? state_.recordCount() : index_.table().recordCount();
   fileEnd_ = (index_.fileLength_ + kIndexPageSize - 1) / kIndexPageSize * kIndexPageSize;
   if (status != kOk) end();
   return status;

@@ -28,8 +28,8 @@ class IndexChange {
   // Keeps other writers out, until `finish` or `abandon`. 0, 50, or -310 when the index is behind
   // its table.
   int begin() noexcept;
-  // The table has so many records now, with the other writers kept out. 0, or -310 when the index was
-  // left with another number.
+  // The table has so many records now, with the other writers kept out. 0, or -310 when the index
+  // was left with another number.
   int expectRecords(std::uint32_t count) noexcept;
   bool begun() const noexcept { return begun_; }
 

@@ -160,7 +160,7 @@ int IndexUpdate::writePages() noexcept {
 
 int IndexUpdate::finish() noexcept {
   const int status =
-      forEachBegun([this](IndexChange &change) { return change.finish(table_.count_); });
+      forEachBegun([this](IndexChange &change) { return change.finish(appending_ ? 1 : 0); });
   if (status != kOk) return status;
   step_ = Step::kDone;
   for (const base::Owned<IndexFile> &index : table_.indexes()) {

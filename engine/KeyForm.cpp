@@ -80,8 +80,6 @@ bool KeyForm::match(const Expression &key, std::uint32_t length, KeyForm &form) 
 
 int KeyForm::choose(Context &context, const Expression &key, KeyForm &form) noexcept {
   const char *source = key.source().c_str();
-  if (key.usesMemo()) return context.fail(kErrSubexpressionType, source);
-  if (key.usesOtherTable()) return context.fail(kErrAlias, source);
   std::size_t length = 1;
   if (key.type() == ValueType::kCharacter) {
     length = std::min<std::size_t>(key.length(), kLongestKey + 1);

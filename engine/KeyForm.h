@@ -27,9 +27,8 @@ enum class SoughtKey {
 
 class KeyForm {
  public:
-  // The form for a new tag. 0; or, reported with the expression's source: -460 when it uses a
-  // memo or is just a currency field, -420 when it uses another table, -930 when its keys are empty
-  // or longer than 240 bytes.
+  // The form for a new tag. 0; or, reported with the expression's source: -460 when it is just a
+  // currency field, -930 when its keys are empty or longer than 240 bytes.
   static int choose(Context &context, const Expression &key, KeyForm &form) noexcept;
   // The form for a tag that exists with keys of `length` bytes. False when the expression's
   // values cannot be such keys.

@@ -110,7 +110,7 @@ bool isUsable(const Tag &tag) {
   if (tag.problem() != kOk || !tag.header().filter.empty()) return false;
   // A candidate tag has all records.
   if ((tag.header().options & kOptionUnique) != 0) return false;
-  const Program &key = tag.expression()->program();
+  const Program &key = tag.expression().program();
   return !has(key, {Op::kDate, Op::kTime, Op::kRecordCount});
 }
 
@@ -169,7 +169,7 @@ KeyPlace placeOf(const SeekKey &key, bool behind) {
 // How far a key may be from the number that it stands for: another program's arithmetic may differ
 // in the last bits, but a field's whole number is nobody's problem.
 double slackOf(const Tag &tag, double number) {
-  const Program &key = tag.expression()->program();
+  const Program &key = tag.expression().program();
   const bool whole = number == std::floor(number);
   if (key.type == ValueType::kDate || (whole && onlyField(key) != nullptr)) return 0;
   constexpr double kSlack = 1e-12;
@@ -187,7 +187,7 @@ bool numberRange(const Tag &tag, Relation relation, double number, KeyRange &ran
 // on the left, the key's text, which then needs a length that is known.
 bool textRange(const Tag &tag, Relation relation, std::string_view text, bool constantIsLeft,
                KeyRange &range) {
-  const Program &key = tag.expression()->program();
+  const Program &key = tag.expression().program();
   if (constantIsLeft && has(key, {Op::kTrim, Op::kLeftTrim})) return false;
   const std::size_t compared = constantIsLeft ? key.length : text.size();
   KeyPlace before;
@@ -386,7 +386,7 @@ void QueryPlan::collect(const TagRange &range, Part &part) {
 Tag *QueryPlan::tagOf(std::size_t begin, std::size_t end) const noexcept {
   const Instruction *const part = condition_.program().code.data() + begin;
   const auto place = std::find_if(tags_.begin(), tags_.end(), [&](const Tag *tag) {
-    const base::Vector<Instruction> &key = tag->expression()->program().code;
+    const base::Vector<Instruction> &key = tag->expression().program().code;
     return key.size() == end - begin &&
            std::equal(key.begin(), key.end(), part, [begin](const auto &keys, const auto &parts) {
              return same(parts, keys, begin);

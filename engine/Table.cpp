@@ -20,6 +20,22 @@ constexpr std::size_t kLongestFieldName = 256;
 constexpr std::size_t kHashedBytes = 11;
 constexpr std::uint16_t kNewMemoBlockSize = 64;
 
+// While one is alive no lock is waited for.
+class OneAttempt {
+ public:
+  explicit OneAttempt(Context &context) noexcept
+      : attempts_(context.settings.lockAttempts), context_(context) {
+    context_.settings.lockAttempts = 1;
+  }
+  ~OneAttempt() { context_.settings.lockAttempts = attempts_; }
+  OneAttempt(const OneAttempt &) = delete;
+  OneAttempt &operator=(const OneAttempt &) = delete;
+
+ private:
+  const int attempts_;
+  Context &context_;
+};
+
 }  // namespace
 
 void FieldNames::Name::put(std::size_t place, char c) noexcept {
@@ -276,6 +292,7 @@ void Table::indexesChanged() noexcept {
     lockOrder_.push_back(index.get());  // there is room
     if (readOnlyReason_ != nullptr) continue;
     if (index->file().readOnly()) readOnlyReason_ = "an index file is read-only";
+    if (!index->isOpen()) readOnlyReason_ = "an index file could not be opened again";
     for (const base::Owned<Tag> &tag : index->tags()) {
       if (tag->problem() != kOk) readOnlyReason_ = "the keys of an index tag cannot be maintained";
     }
@@ -331,9 +348,28 @@ int Table::createIndex(const char *name, const TagDefinition *tags, std::size_t 
   return status;
 }
 
-// Nobody writes records while their keys are collected.
+// Waits for the programs that write to the table or have the file open, as the lock attempts say.
+// Nothing is held meanwhile: they may have to write before they close it.
 int Table::writeIndex(const char *path, const TagDefinition *tags, std::size_t count,
                       IndexFile *&index) {
+  platform::FileIdentity identity;
+  const bool exists = platform::identifyPath(path, identity) == platform::IoStatus::kOk;
+  // Nobody but the caller could close another handle: waiting for that would never end.
+  if (exists && hasOtherIndexAt(*this, identity)) return kLocked;
+  LockWait wait(context_);
+  for (;;) {
+    int status = kOk;
+    {
+      const OneAttempt once(context_);
+      status = tryWriteIndex(path, tags, count, index);
+    }
+    if (status != kLocked || !wait.again()) return status;
+  }
+}
+
+// Nobody writes records while their keys are collected.
+int Table::tryWriteIndex(const char *path, const TagDefinition *tags, std::size_t count,
+                         IndexFile *&index) {
   RangeLock records;
   RangeLock behind;
   int status = lockForReading(records, behind);

@@ -114,6 +114,8 @@ class Table {
   const base::Vector<IndexFile *> &indexesInLockOrder() const noexcept { return lockOrder_; }
   // Opens an index file of that name (default extension "CDX"), or finds it among the open ones.
   int openIndex(const char *name, IndexFile *&index) noexcept;
+  // Null when that file is none of the open ones.
+  IndexFile *openIndexAt(const platform::FileIdentity &identity) const noexcept;
   // Writes an index file of that name (null or "": the table's own) with those tags and opens it. A
   // file that is there is replaced, or keeps its other tags: 50 when other programs have it open.
   // In exclusive mode a file of the table's own base name becomes its production index.
@@ -184,8 +186,9 @@ class Table {
   int openMemo();
   int openProductionIndex();
   int addIndex(const char *path, IndexFile *&index);
-  IndexFile *openIndexAt(const platform::FileIdentity &identity) const noexcept;
   int writeIndex(const char *path, const TagDefinition *tags, std::size_t count, IndexFile *&index);
+  int tryWriteIndex(const char *path, const TagDefinition *tags, std::size_t count,
+                    IndexFile *&index);
   int rebuildIndex(IndexFile &index);
   int becomeProduction(IndexFile &index);
   void indexesChanged() noexcept;

@@ -48,35 +48,26 @@ int Tag::open(std::string_view name, std::uint32_t offset, std::uint64_t fileLen
 
   const Context::Quiet quiet(table_.context());  // what cannot be evaluated is that tag's problem
   problem_ = compileExpressions();
-  if (problem_ == kOk) layout_ = form_.layout();
+  if (problem_ == kOk) layout_ = keys_.form().layout();
   return kOk;
 }
 
 int Tag::compileExpressions() {
   if (header_.foreignCollation) return kErrIndex;
-  int status = Expression::compile(table_, header_.expression, expression_);
+  const int status = keys_.compile(table_, header_.expression, header_.filter);
   if (status != kOk) return status;
-  // Another table could be closed while this one's tags still refer to its records.
-  if (expression_->usesOtherTable()) return kErrAlias;
-  if (expression_->usesMemo() || !KeyForm::match(*expression_, header_.keyLength, form_)) {
-    return kErrSubexpressionType;
-  }
-  if (header_.filter.empty()) return kOk;
-  status = Expression::compile(table_, header_.filter, filter_);
-  if (status == kOk && filter_->usesOtherTable()) status = kErrAlias;
-  if (status == kOk && filter_->usesMemo()) status = kErrSubexpressionType;
-  return status == kOk ? filter_->requireLogical() : status;
+  return keys_.match(header_.keyLength) ? kOk : kErrSubexpressionType;
 }
 
 SeekKey Tag::keyOf(std::string_view text) const noexcept {
   SeekKey key;
-  if (problem_ == kOk) key.sought = form_.putSought(text, key.bytes, key.length);
+  if (problem_ == kOk) key.sought = keys_.form().putSought(text, key.bytes, key.length);
   return key;
 }
 
 SeekKey Tag::keyOf(double number) const noexcept {
   SeekKey key;
-  if (problem_ == kOk) key.sought = form_.putSought(number, key.bytes, key.length);
+  if (problem_ == kOk) key.sought = keys_.form().putSought(number, key.bytes, key.length);
   return key;
 }
 
@@ -96,14 +87,7 @@ int Tag::refreshRoot() noexcept {
 }
 
 int Tag::evaluate(unsigned char *key, bool &inTag) noexcept {
-  inTag = true;
-  int status = problem_;
-  if (status == kOk && filter_ != nullptr) status = filter_->evaluateCondition(inTag);
-  if (status != kOk || !inTag) return status;
-  Value value;
-  status = expression_->evaluate(value);
-  if (status == kOk) form_.put(value, key);
-  return status;
+  return problem_ == kOk ? keys_.evaluate(key, inTag) : problem_;
 }
 
 // ---- The pages of one moment
@@ -366,11 +350,9 @@ int Tag::seek(const SeekKey &key, std::uint32_t &record) noexcept {
 }
 
 int Tag::seekCurrentRecord(std::uint32_t &record) noexcept {
-  Value value;
-  int status = problem_ == kOk ? expression_->evaluate(value) : problem_;
-  if (status != kOk) return table_.context().fail(status, index_.path().c_str());
   unsigned char key[kLongestKey];
-  form_.put(value, key);
+  int status = problem_ == kOk ? keys_.evaluateKey(key) : problem_;
+  if (status != kOk) return table_.context().fail(status, index_.path().c_str());
   const std::uint32_t number = table_.recordNumber();
   status = consistently([this, &key, number] {
     int found = toBound({key, layout_.length, number, false});

@@ -8,10 +8,9 @@
 #include <string_view>
 
 #include "base/Memory.h"
-#include "engine/Expression.h"
 #include "engine/IndexHeader.h"
 #include "engine/IndexPage.h"
-#include "engine/KeyForm.h"
+#include "engine/RecordKeys.h"
 
 namespace zk::engine {
 
@@ -69,7 +68,7 @@ class Tag {
   const IndexHeader &header() const noexcept { return header_; }
   IndexFile &index() const noexcept { return index_; }
   // Of the keys; what there is of it when there is a problem, else never null.
-  const Expression *expression() const noexcept { return expression_.get(); }
+  const Expression &expression() const noexcept { return keys_.expression(); }
   // 0, or why the engine cannot evaluate the tag's keys.
   int problem() const noexcept { return problem_; }
   const KeyLayout &layout() const noexcept { return layout_; }
@@ -169,9 +168,7 @@ class Tag {
   std::uint64_t rootVersion_ = 0;  // of other programs' changes when the root's place was read
   IndexHeader header_;
   KeyLayout layout_;
-  KeyForm form_;
-  base::Owned<Expression> expression_;
-  base::Owned<Expression> filter_;
+  RecordKeys keys_;
   int problem_ = 0;
   KeyChange keyChange_;
 

@@ -45,52 +45,29 @@ int TagCheck::run(const IndexHeader &header) {
 
 void TagCheck::compile(const IndexHeader &header) {
   layout_ = {header.keyLength, 0};
-  problem_ = compileKey(header);
+  const Context::Quiet quiet(context_);  // what is wrong is a finding
+  problem_ = compileKeys(header);
   if (problem_ == kOk) {
-    layout_ = form_.layout();
+    layout_ = keys_.form().layout();
     fillKnown_ = true;
-    problem_ = compileFilter(header);
+    return;
   }
-  context_.clearError();
-  if (problem_ == kOk) return;
   findings_.add(
       "%s: the keys cannot be compared with the records: %s (%d)", name_,
       header.foreignCollation ? "their order is that of a language" : engine::errorText(problem_),
       problem_);
 }
 
-int TagCheck::compileKey(const IndexHeader &header) {
+int TagCheck::compileKeys(const IndexHeader &header) {
   if (header.foreignCollation) return kErrIndex;
-  int status = Expression::compile(table_, header.expression, key_);
-  if (status != kOk) return status;
-  if (key_->usesOtherTable()) return kErrAlias;
-  if (key_->usesMemo()) return kErrSubexpressionType;
-  if (KeyForm::match(*key_, header.keyLength, form_)) return kOk;
-  status = KeyForm::choose(context_, *key_, form_);
+  int status = keys_.compile(table_, header.expression, header.filter);
+  if (status != kOk || keys_.match(header.keyLength)) return status;
+  status = keys_.choose(context_);
   if (status != kOk) return status;
   lengthIsWrong_ = true;
   findings_.add("%s: the keys are said to have %u bytes, but the expression gives %u", name_,
-                header.keyLength, form_.layout().length);
+                header.keyLength, keys_.form().layout().length);
   return kOk;
-}
-
-int TagCheck::compileFilter(const IndexHeader &header) {
-  if (header.filter.empty()) return kOk;
-  const int status = Expression::compile(table_, header.filter, filter_);
-  if (status != kOk) return status;
-  if (filter_->usesOtherTable()) return kErrAlias;
-  return filter_->usesMemo() ? kErrSubexpressionType : filter_->requireLogical();
-}
-
-int TagCheck::evaluate(std::uint32_t record, unsigned char *key, bool &inTag) noexcept {
-  inTag = true;
-  int status = table_.go(record);
-  if (status == kOk && filter_ != nullptr) status = filter_->evaluateCondition(inTag);
-  if (status != kOk || !inTag) return status;
-  Value value;
-  status = key_->evaluate(value);
-  if (status == kOk) form_.put(value, key);
-  return status;
 }
 
 int TagCheck::collect() {
@@ -98,7 +75,8 @@ int TagCheck::collect() {
   for (std::uint32_t record = 1; record <= recordCount_; ++record) {
     unsigned char key[kLongestKey];
     bool inTag = false;
-    int status = evaluate(record, key, inTag);
+    int status = table_.go(record);
+    if (status == kOk) status = keys_.evaluate(key, inTag);
     if (status == kErrOverflow) {
       findings_.add("%s: the key of record %u cannot be worked out: %s (%d)", name_, record,
                     engine::errorText(status), status);
@@ -168,7 +146,8 @@ void TagCheck::reportExtra(const TreeKey &found) noexcept {
   }
   unsigned char own[kLongestKey];
   bool inTag = false;
-  const int status = evaluate(found.record, own, inTag);
+  int status = table_.go(found.record);
+  if (status == kOk) status = keys_.evaluate(own, inTag);
   context_.clearError();
   if (status == kOk && !inTag) {
     findings_.add("%s, page %u: record %u is in the tag, but the filter leaves it out", name_,

@@ -8,9 +8,8 @@
 
 #include "base/Memory.h"
 #include "engine/CheckFindings.h"
-#include "engine/Expression.h"
 #include "engine/IndexHeader.h"
-#include "engine/KeyForm.h"
+#include "engine/RecordKeys.h"
 #include "engine/KeySorter.h"
 #include "engine/TreeCheck.h"
 
@@ -31,11 +30,9 @@ class TagCheck final : private KeySink {
 
  private:
   void compile(const IndexHeader &header);
-  int compileKey(const IndexHeader &header);
-  int compileFilter(const IndexHeader &header);
+  int compileKeys(const IndexHeader &header);
 
   int collect();
-  int evaluate(std::uint32_t record, unsigned char *key, bool &inTag) noexcept;
 
   int take(const TreeKey &found) override;
   int nextExpected() noexcept;
@@ -50,9 +47,7 @@ class TagCheck final : private KeySink {
   Findings &findings_;
   const char *const name_;
 
-  base::Owned<Expression> key_;
-  base::Owned<Expression> filter_;  // null for none
-  KeyForm form_;
+  RecordKeys keys_;
   KeyLayout layout_;
   int problem_ = kOk;
   bool fillKnown_ = false;

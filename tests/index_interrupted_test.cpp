@@ -304,7 +304,7 @@ class FullDisk : public Interrupted {
         EXPECT_EQ(records.back().code, "later");
         records.pop_back();
       }
-      expectState(scenario, done, records);
+      expectState(scenario, done, records, how == Disturbance::kFailHalfwayAndOn ? 1 : 0);
       if (HasFailure()) return;
     }
   }
@@ -334,7 +334,8 @@ TEST_F(FullDisk, LeavesNoIndexThatIsWrong) {
     Disturbance how;
   };
   const Case cases[] = {{"once", Disturbance::kFailOnce},
-                        {"half written, then for ever", Disturbance::kFailHalfway},
+                        {"half way", Disturbance::kFailHalfway},
+                        {"half way and on", Disturbance::kFailHalfwayAndOn},
                         {"for ever", Disturbance::kFailFromThere}};
   for (const Scenario &scenario : scenarios()) {
     for (const Case &c : cases) {
