@@ -1,6 +1,6 @@
-// Opens and walks a damaged index. The input is a list of changes to a whole index file, so that
-// every input gets past the first checks: three bytes each, a place (low byte first) and what
-// stands there.
+// Opens, walks and changes a damaged index, and checks it. The input is a list of changes to a
+// whole index file, so that every input gets past the first checks: three bytes each, a place (low
+// byte first) and what stands there.
 #include <stdlib.h>
 
 #include <cstddef>
@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string>
 
+#include "engine/Check.h"
 #include "engine/Context.h"
 #include "engine/IndexBuilder.h"
 #include "engine/Table.h"
@@ -20,22 +21,35 @@ using namespace zk::engine;
 namespace fs = std::filesystem;
 
 constexpr int kRecords = 300;
+constexpr int kChanges = 40;
 constexpr int kMostSteps = 4 * kRecords;
 
 struct Files {
   std::string table;
   std::string index;
-  std::string whole;  // the index as it was built
+  // As they were built.
+  std::string wholeTable;
+  std::string wholeIndex;
 };
 
 void require(bool holds) {
   if (!holds) abort();
 }
 
+std::string readFile(const std::string &path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void writeFile(const std::string &path, const std::string &bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
 Files makeFiles() {
   std::string folder = (fs::temp_directory_path() / "index_XXXXXX").string();
   require(mkdtemp(folder.data()) != nullptr);
-  Files files = {folder + "/T.DBF", folder + "/T.CDX", ""};
+  Files files = {folder + "/T.DBF", folder + "/T.CDX", "", ""};
   Context context;
   context.settings.showErrorBoxes = false;
   const FieldDefinition fields[] = {{"C", 'C', 12, 0}, {"N", 'N', 8, 2}};
@@ -51,10 +65,9 @@ Files makeFiles() {
                                 {"TAG001", "N", "N > 3", false, true}};
   require(IndexBuilder(*table).build(files.index.c_str(), tags, 2) == 0);
   table->close();
-  std::fstream header(files.table, std::ios::binary | std::ios::in | std::ios::out);
-  header.seekp(28).put(1);  // the index is the table's own
-  std::ifstream built(files.index, std::ios::binary);
-  files.whole.assign(std::istreambuf_iterator<char>(built), {});
+  files.wholeTable = readFile(files.table);
+  files.wholeTable[28] = 1;  // the index is the table's own
+  files.wholeIndex = readFile(files.index);
   return files;
 }
 
@@ -75,17 +88,39 @@ void walk(Table &table, Tag &tag) {
   table.skip(2);
 }
 
+// Keys that leave and enter all over the tags; what is refused is refused.
+void change(Table &table) {
+  table.selectTag(nullptr);
+  for (int i = 0; i < kChanges; ++i) {
+    if (table.go(1 + i * 37 % kRecords) != kOk) return;
+    table.fields()[0].assignText("K" + std::to_string(i * 61));
+    table.fields()[1].assignDouble(20 - i);
+    if (table.writeCurrent() != kOk || table.appendStart() != kOk || table.append() != kOk) return;
+  }
+}
+
+void ignore(const char *, const char *, void *) {}
+
+// A repair that could do everything leaves nothing to be found.
+void check(const std::string &path) {
+  Context context;
+  context.settings.showErrorBoxes = false;
+  context.settings.openProductionIndex = false;
+  const int left = Check(context, ignore, nullptr).run(path.c_str(), nullptr, true);
+  require(Check(context, ignore, nullptr).run(path.c_str(), nullptr, false) == left);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   static const Files files = makeFiles();
-  std::string bytes = files.whole;
+  std::string bytes = files.wholeIndex;
   for (std::size_t i = 0; i + 3 <= size; i += 3) {
     const std::size_t at = data[i] | static_cast<std::size_t>(data[i + 1]) << 8;
     bytes[at % bytes.size()] = static_cast<char>(data[i + 2]);
   }
-  std::ofstream(files.index, std::ios::binary)
-      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  writeFile(files.index, bytes);
+  writeFile(files.table, files.wholeTable);
   Context context;
   context.settings.showErrorBoxes = false;
   Table *table = Table::open(context, files.table.c_str());
@@ -93,6 +128,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const auto &index : table->indexes()) {
     for (const auto &tag : index->tags()) walk(*table, *tag);
   }
+  change(*table);
   table->close();
+  check(files.table);
   return 0;
 }
