@@ -30,8 +30,9 @@ int IndexFile::open(const char *path, OpenMode mode) {
 
 int IndexFile::reopen() noexcept {
   const OpenMode mode = file_.mode();
+  base::Vector<base::Owned<Tag>> before;
+  before.swap(tags_);
   file_.close();
-  tags_.clear();
   cache_.forget();
   change_.forget();
   ++version_;
@@ -43,7 +44,8 @@ int IndexFile::reopen() noexcept {
   });
   if (status != kOk) {
     file_.close();
-    tags_.clear();
+    tags_.swap(before);
+    behind_ = true;
   }
   return status;
 }
@@ -53,7 +55,9 @@ int IndexFile::findOutWhetherBehind() noexcept {
   RangeLock lock;
   const int locked = lock.acquire(file_, kAppendLockByte, 1, platform::LockKind::kShared);
   if (locked != kOk && locked != kLocked) return locked;
-  const int status = state_.read(file_);
+  int status = state_.read(file_);
+  // In this order, so that no page of that state lies behind the length.
+  if (status == kOk) status = file_.length(fileLength_);
   // Without a lock a change that is going on may be that of a living writer; every use looks again.
   const bool calm = !file_.othersMayWrite() || (file_.needsLocks() && locked == kOk);
   if (status == kOk && calm) {
@@ -123,6 +127,11 @@ int IndexFile::refresh() noexcept {
   const int status = state.read(file_);
   if (status != kOk) return status;
   if (state.changing()) return kLocked;
+  // Whoever keeps the index sets the mark before the count: where there is none, records that are
+  // known to this program and not to the index came without it.
+  if (state.missesRecords(table_.knownCount()) && state.recordCount() < table_.knownCount()) {
+    return fallBehind();
+  }
   return state.counter() == state_.counter() ? kOk : noticeChange(state);
 }
 

@@ -27,10 +27,9 @@ class IndexFile {
   // Opens the file of that native path with the tags that it lists. 0; -60; -310 for anything that
   // is not an index. One that is behind its table opens all the same. Throws std::bad_alloc.
   int open(const char *path, OpenMode mode);
-  // The same file, which was replaced on the disk: with tags of its own. When that fails it is closed
-  // and has no tags.
+  // The same file, which was replaced on the disk: with tags of its own. When that fails the old tags
+  // stay, to be written anew, and it counts as behind its table.
   int reopen() noexcept;
-  bool isOpen() const noexcept { return file_.handle().valid(); }
 
   Table &table() const noexcept { return table_; }
   File &file() noexcept { return file_; }

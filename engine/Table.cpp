@@ -272,6 +272,13 @@ int Table::addIndex(const char *path, IndexFile *&index) {
   const bool exists = platform::identifyPath(path, identity) == platform::IoStatus::kOk;
   index = exists ? openIndexAt(identity) : nullptr;
   if (index != nullptr) return kOk;
+  for (const base::Owned<IndexFile> &closed : indexes_) {
+    if (closed->file().handle().valid() || closed->path() != path) continue;
+    const int reopened = closed->reopen();  // which failed before
+    index = reopened == kOk ? closed.get() : nullptr;
+    indexesChanged();
+    return reopened;
+  }
   lockOrder_.reserve(indexes_.size() + 1);
   base::Owned<IndexFile> opened = base::make<IndexFile>(*this);
   if (opened == nullptr) throw std::bad_alloc();
@@ -292,7 +299,6 @@ void Table::indexesChanged() noexcept {
     lockOrder_.push_back(index.get());  // there is room
     if (readOnlyReason_ != nullptr) continue;
     if (index->file().readOnly()) readOnlyReason_ = "an index file is read-only";
-    if (!index->isOpen()) readOnlyReason_ = "an index file could not be opened again";
     for (const base::Owned<Tag> &tag : index->tags()) {
       if (tag->problem() != kOk) readOnlyReason_ = "the keys of an index tag cannot be maintained";
     }

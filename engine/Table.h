@@ -91,6 +91,8 @@ class Table {
   int leaveRecord() noexcept;
   // Looks at the file where others may append.
   std::uint32_t recordCount() noexcept;
+  // As of the last look.
+  std::uint32_t knownCount() const noexcept { return count_; }
 
   // Between these, moves read blocks of records in one go also where others may write: for a walk
   // within one call.

@@ -113,7 +113,9 @@ int Tag::consistently(Step step) noexcept {
       {
         // Pages that do not belong together look damaged.
         const Context::Quiet quiet(table_.context());
-        if (leafPage_ != kNoPage && version_ != version) status = recover();
+        // A try that met such pages may also have lost its leaf.
+        const bool astray = leafPage_ != kNoPage ? version_ != version : atRecord_ != 0;
+        if (astray) status = recover();
         if (status == kOk) status = step();
       }
       if (locked || !pagesRead_ || !index_.file().othersMayWrite()) return reported(status);
@@ -123,7 +125,10 @@ int Tag::consistently(Step step) noexcept {
       if (++tries < kHopefulTries) continue;
     }
     status = index_.waitForWriters(lock);
-    if (status != kOk) return status;
+    if (status != kOk) {
+      version_ = 0;  // the leaf may be one that the tries went to
+      return status;
+    }
     locked = index_.file().needsLocks();
   }
 }
@@ -142,8 +147,9 @@ int Tag::recover() noexcept {
 }
 
 int Tag::report(int status, std::uint32_t &record) noexcept {
-  atRecord_ = 0;
   record = 0;
+  if (status == kLocked) return status;  // where it was
+  atRecord_ = 0;
   if (status == kOk || status == kNextGreater || status == kBeginningOfFile) {
     if (!atEnd()) {
       atRecord_ = record = leaf_.record(at_);

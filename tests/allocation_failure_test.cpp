@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 
+#include "tests/indexed_table.h"
 #include "tests/support.h"
 
 namespace {
@@ -670,6 +671,192 @@ TEST_F(TablesWithoutMemory, TagIds) {
     EXPECT_EQ(tag == -1, attempt.refused());
     EXPECT_EQ(zk_DbTagRef_del(tag), attempt.refused() ? 0 : 1);
   });
+}
+
+// ---- Indexes
+
+class IndexesWithoutMemory : public FilesWithoutMemory {
+ protected:
+  static constexpr int kRecords = 9;
+  using Records = indexed::Records;
+
+  static void SetUpTestSuite() { zk_Db_init(); }
+
+  // Keys so long and different that every other append makes a page more.
+  static indexed::Record record(int i) {
+    indexed::Record made = {"c" + std::to_string(i), i * 7 % 10, "", "", i == 4};
+    for (int k = 0; k < 45; ++k) made.text += std::to_string(1000 + (i * 7919 + k * 331) % 8999);
+    return made;
+  }
+
+  IndexesWithoutMemory() {
+    int32_t table = support::createTable(file_, indexed::kFields);
+    zk_Db_closeDb(table);
+    table = openTable(file_, 2);
+    for (int i = 0; i < kRecords; ++i) {
+      records_.push_back(record(i));
+      EXPECT_EQ(indexed::append(table, records_.back()), 0);
+    }
+    EXPECT_EQ(indexed::setDeleted(table, 5, true), 0);
+    EXPECT_EQ(indexed::createTags(table, "", {"TEXT", "LIVE"}), 0);
+    EXPECT_EQ(indexed::createTags(table, other_.c_str(), {"QTY"}), 0);
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
+    original_ = contents();
+  }
+
+  static bool assignKeys(int32_t table, const indexed::Record &record) {
+    return zk_Db_assignFldStr(table, "CODE", record.code.c_str()) == 0 &&
+           zk_Db_assignFldInt(table, "QTY", record.quantity) == 0 &&
+           zk_Db_assignFldStr(table, "TEXT", record.text.c_str()) == 0;
+  }
+
+  int32_t restoreAndOpen(int mode) {
+    for (const std::string &name : files()) support::fs::remove(path(name));
+    for (const auto &[name, bytes] : original_) writeFile(path(name), bytes);
+    const int32_t table = openTable(file_, mode);
+    EXPECT_GE(zk_Db_openNdx(table, other_.c_str()), 100);
+    return table;
+  }
+
+  void expectRight(int32_t table, const Records &records) {
+    ZkTagFacts facts;
+    int32_t tags = 0;
+    while (zk_Tag_getInfo(table, tags + 1, &facts) != 0) {
+      ++tags;
+      EXPECT_EQ(indexed::judge(table, facts.name, records), "right");
+    }
+    EXPECT_GE(tags, 3);
+  }
+
+  void expectRightWhenClosed(const Records &records) {
+    EXPECT_EQ(indexed::findings(file_, {other_}), "");
+    const int32_t table = openTable(file_);
+    EXPECT_STREQ(zk_Db_readOnlyReason(table), "");
+    EXPECT_GE(zk_Db_openNdx(table, other_.c_str()), 100);
+    Records found;
+    EXPECT_EQ(indexed::readAll(table, found), 3);
+    EXPECT_TRUE(found == records);
+    expectRight(table, records);
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
+  }
+
+  const std::string file_ = path("T.DBF");
+  const std::string other_ = path("X.CDX");
+  Records records_;
+  std::map<std::string, std::string> original_;
+};
+
+TEST_F(IndexesWithoutMemory, Opening) {
+  for (const int mode : {0, 2}) {
+    forEveryAllocation("open", [&](Attempt &attempt) {
+      zk_Db_closeDb(restoreAndOpen(mode));
+      const auto open = [&] {
+        const int32_t table = openTable(file_, mode);
+        if (table < 0) return table;
+        if (zk_Db_openNdx(table, other_.c_str()) > 0) return table;
+        EXPECT_EQ(zk_DbError_code(), kMemory);
+        zk_Db_closeDb(table);
+        return -1;
+      };
+      const int32_t table = attempt.during(open);
+      EXPECT_EQ(table == -1, attempt.refused());
+      if (table >= 0) expectRight(table, records_);
+      EXPECT_EQ(zk_Db_closeAll(), 0);
+      expectRightWhenClosed(records_);
+    });
+  }
+}
+
+TEST_F(IndexesWithoutMemory, StayAsTheyWere) {
+  struct Change {
+    const char *what;
+    std::function<int(int32_t table)> change;
+    std::function<void(Records &)> apply;
+  };
+  const std::vector<Change> changes = {
+      {"append",
+       [](int32_t table) {
+         const int status = zk_Db_appendStart(table);
+         return status == 0 && assignKeys(table, record(20)) ? zk_Db_append(table) : kMemory;
+       },
+       [](Records &all) { all.push_back(record(20)); }},
+      {"change of keys",
+       [](int32_t table) {
+         const int status = zk_Db_goRec(table, 3);
+         return status == 0 && assignKeys(table, record(21)) ? zk_Db_flush(table) : kMemory;
+       },
+       [](Records &all) { all[2] = record(21); }},
+      {"deletion", [](int32_t table) { return indexed::setDeleted(table, 1, true); },
+       [](Records &all) { all[0].deleted = true; }},
+      {"tags for an index",
+       [this](int32_t table) { return indexed::createTags(table, other_.c_str(), {"CODE"}); },
+       [](Records &) {}},
+      {"pack", [](int32_t table) { return zk_Db_packDb(table); },
+       [](Records &all) { all.erase(all.begin() + 4); }},
+  };
+  for (const int mode : {0, 2}) {
+    for (const Change &c : changes) {
+      forEveryAllocation(c.what, [&](Attempt &attempt) {
+        const int32_t table = restoreAndOpen(mode);
+        // What a position needs is there already, or is not.
+        if (mode == 0) expectRight(table, records_);
+        Records changed = records_;
+        c.apply(changed);
+        const int status = attempt.during([&] { return c.change(table); });
+        // (Pages are kept in memory where there is some.)
+        EXPECT_TRUE(status == 0 || (attempt.refused() && status == kMemory)) << status;
+        if (status != 0) {
+          EXPECT_EQ(c.change(table), 0) << "works when tried again" << zk_DbError_text();
+        }
+        expectRight(table, changed);
+        EXPECT_EQ(zk_Db_closeDb(table), 0);
+        expectRightWhenClosed(changed);
+        EXPECT_EQ(files().size(), original_.size());
+      });
+    }
+  }
+}
+
+TEST_F(IndexesWithoutMemory, AreUsedOrNot) {
+  struct Use {
+    const char *what;
+    std::function<int(int32_t table)> use;  // gives the status, or -920 of a null result
+    int status;
+  };
+  const auto tag = [](int32_t table, const char *name) { return zk_Tag_find(table, name); };
+  const Use uses[] = {
+      {"walk",
+       [&](int32_t table) {
+         int status = zk_Db_topRec(table, tag(table, "TEXT"));
+         while (status == 0) status = zk_Db_nextRec(table, tag(table, "TEXT"));
+         return status;
+       },
+       3},
+      {"seek", [&](int32_t table) { return zk_Db_seekStr("c3", table, tag(table, "LIVE")); }, 0},
+      {"seek of a number",
+       [&](int32_t table) { return zk_Db_seekDouble(5.5, table, tag(table, "QTY")); }, 2},
+      {"query",
+       [&](int32_t table) {
+         const support::Cursor rows(zk_Db_query(table, "QTY >= 3 .AND. QTY < 8", "T", nullptr));
+         return rows != nullptr ? static_cast<int>(zk_DbCursor_length(rows.get()))
+                                : zk_DbError_code();
+       },
+       4},
+      {"locate", [&](int32_t table) { return zk_Db_locate(table, tag(table, "QTY"), "QTY = 8"); },
+       0},
+      {"check", [&](int32_t) { return zk_Db_check(file_.c_str(), nullptr, 0, nullptr, nullptr); },
+       0},
+  };
+  for (const Use &u : uses) {
+    forEveryAllocation(u.what, [&](Attempt &attempt) {
+      const int32_t table = restoreAndOpen(0);
+      const int status = attempt.during([&] { return u.use(table); });
+      EXPECT_TRUE(status == u.status || (attempt.refused() && status == kMemory)) << status;
+      EXPECT_EQ(u.use(table), u.status);
+      EXPECT_EQ(zk_Db_closeDb(table), 0);
+    });
+  }
+  expectRightWhenClosed(records_);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <random>
 
+#include "tests/indexed_table.h"
 #include "tests/processes.h"
 #include "tests/support.h"
 
@@ -545,6 +546,185 @@ TEST_F(Flips, HarmNobody) {
     }
     EXPECT_GT(opened, kRounds / 4) << "else nothing much was tested";
   }
+}
+
+// ---- Indexes
+
+class FlippedIndexes : public Flips {
+ protected:
+  using Records = indexed::Records;
+  static constexpr int kKeys = 60;
+
+  void SetUp() override {
+    Flips::SetUp();
+    zk_Db_closeDb(support::createTable(file_, indexed::kFields));
+    const int32_t table = openTable(file_, 2);
+    for (int i = 0; i < kKeys; ++i) {
+      records_.push_back(newRecord());
+      ASSERT_EQ(indexed::append(table, records_.back()), 0);
+    }
+    ASSERT_EQ(indexed::createTags(table, "", {"TEXT", "QTY", "LIVE", "CODE"}), 0);
+    // So that there are free pages, and pages that were split.
+    for (int32_t i = 1; i <= kKeys; i += 2) {
+      const auto at = static_cast<std::size_t>(i - 1);
+      records_[at] = newRecord();
+      ASSERT_EQ(indexed::change(table, i, records_[at]), 0);
+    }
+    ASSERT_EQ(zk_Db_closeDb(table), 0);
+    for (const std::string &name : files()) original_.push_back(bytesOf(name));
+  }
+  void TearDown() override {
+    processes::goOnWithin(0);
+    Flips::TearDown();
+  }
+
+  indexed::Record newRecord() {
+    const auto n = static_cast<int>(random_() % 100'000);
+    return {"c" + std::to_string(n), n, std::string(random_() % 180, 'x') + std::to_string(n), "",
+            false};
+  }
+
+  // The table's original files and a damaged index.
+  void putInPlace(const std::string &index) {
+    const std::vector<std::string> names = {"T.CDX", "T.DBF", "T.FPT"};
+    for (std::size_t i = 0; i < names.size(); ++i) writeFile(path(names[i]), original_[i]);
+    writeFile(path("T.CDX"), index);
+  }
+
+  static bool isStatus(int status) {
+    return status == 0 || status == 2 || status == 3 || status == 4 ||
+           (status < 0 && zk_DbError_codeText(status)[0] != '\0');
+  }
+
+  // Everything that reads.
+  void use(int32_t table) {
+    ZkTagFacts facts;
+    for (int32_t i = 1; zk_Tag_getInfo(table, i, &facts) != 0 && i < 100; ++i) {
+      const int32_t tag = facts.tagNumber;
+      for (const bool forward : {true, false}) {
+        int status = (forward ? zk_Db_topRec : zk_Db_botRec)(table, tag);
+        int steps = 0;
+        for (; status == 0 && steps < 10'000; ++steps) {
+          const int32_t number = zk_Db_getRecordNo(table);
+          ASSERT_TRUE(number >= 1 && number <= kKeys) << number;
+          status = (forward ? zk_Db_nextRec : zk_Db_prevRec)(table, tag);
+        }
+        ASSERT_LT(steps, 10'000) << "goes in a circle";
+        ASSERT_TRUE(isStatus(status)) << status;
+      }
+      for (int k = 0; k < 5; ++k) {
+        const indexed::Record &sought = records_[random_() % records_.size()];
+        int status = zk_Db_seekStr(sought.text.c_str(), table, tag);
+        ASSERT_TRUE(isStatus(status) || status == -1) << status;
+        status = zk_Db_seekDouble(sought.quantity, table, tag);
+        ASSERT_TRUE(isStatus(status) || status == -1) << status;
+      }
+      const int32_t keys = zk_Tag_keyCount(table, i);
+      ASSERT_TRUE(keys >= 0 || isStatus(keys)) << keys;
+    }
+    for (const char *condition : {"QTY > 50000 .AND. QTY < 60000", "CODE = 'c1'"}) {
+      const support::Cursor rows(zk_Db_query(table, condition, "T", nullptr));
+      ASSERT_TRUE(rows != nullptr || isStatus(zk_DbError_code()));
+    }
+  }
+
+  // Everything that writes; `records` becomes what the table has to hold.
+  void change(int32_t table, Records &records) {
+    for (int k = 0; k < 4; ++k) {
+      const indexed::Record added = newRecord();
+      int status = indexed::append(table, added);
+      ASSERT_TRUE(isStatus(status)) << status;
+      if (status == 0) records.push_back(added);
+
+      const std::size_t at = random_() % records.size();
+      const auto number = static_cast<int32_t>(at + 1);
+      indexed::Record next = newRecord();
+      if (k % 2 == 0) {
+        next = records[at];
+        next.deleted = !next.deleted;
+      }
+      status = zk_Db_goRec(table, number);
+      ASSERT_TRUE(isStatus(status)) << status;
+      if (status != 0) continue;
+      indexed::assign(table, next);
+      (next.deleted ? zk_Db_delRec : zk_Db_undelRec)(table);
+      status = zk_Db_flush(table);
+      ASSERT_TRUE(isStatus(status)) << status;
+      if (status == 0) records[at] = next;
+      // What cannot be written is put back, so that the position can be left.
+      if (status != 0) {
+        indexed::assign(table, records[at]);
+        (records[at].deleted ? zk_Db_delRec : zk_Db_undelRec)(table);
+        ASSERT_EQ(zk_Db_flush(table), 0);
+      }
+    }
+  }
+
+  indexed::Records records_;
+  std::vector<std::string> original_;
+};
+
+TEST_F(FlippedIndexes, HarmNobody) {
+  constexpr int kRounds = 1200;
+  int repaired = 0;
+  int appended = 0;
+  for (int round = 0; round < kRounds; ++round) {
+    SCOPED_TRACE(round);
+    processes::goOnWithin(20);
+    std::string index = original_[0];
+    // In the headers, in the heads of pages, anywhere.
+    for (int i = 0; i <= round % 3; ++i) {
+      const std::size_t page = random_() % (index.size() / 512) * 512;
+      std::string part = index.substr(page, round % 2 == 0 ? 24 : 512);
+      flip(part, 1 + round % 2, part.size());
+      index.replace(page, part.size(), part);
+    }
+    if (round % 5 == 0) flip(index, 1, 4096);
+    if (round % 7 == 0) index.resize(random_() % index.size());
+    putInPlace(index);
+
+    Records records = records_;
+    const int32_t table = openTable(file_, round % 3);
+    ASSERT_GE(table, 0) << "the table can be opened in any case";
+    use(table);
+    if (!HasFailure() && zk_Db_readOnlyReason(table)[0] == '\0') {
+      change(table, records);
+      appended += records.size() > records_.size() ? 1 : 0;
+      if (!HasFailure() && round % 4 == 0) {
+        const int status = indexed::createTags(table, "", {"CODE"});
+        ASSERT_TRUE(isStatus(status)) << status;
+      }
+    }
+    if (HasFailure()) return;
+    const int closed = zk_Db_closeDb(table);
+    ASSERT_TRUE(isStatus(closed)) << closed;
+    ASSERT_LT(sizeOf("T.CDX"), 1u << 20);
+
+    // The records are what they have to be, and the index is mended where its definitions are
+    // known.
+    const int left = zk_Db_check(file_.c_str(), nullptr, 1, nullptr, nullptr);
+    ASSERT_TRUE(left >= 0 || isStatus(left)) << left;
+    const int32_t again = openTable(file_);
+    Records found;
+    ASSERT_EQ(indexed::readAll(again, found), 3);
+    ASSERT_TRUE(found == records);
+    ZkTagFacts facts;
+    for (int32_t i = 1; left == 0 && zk_Tag_getInfo(again, i, &facts) != 0; ++i) {
+      const bool known =
+          std::any_of(std::begin(indexed::kTags), std::end(indexed::kTags), [&](const auto &tag) {
+            return std::string(facts.name) == tag.name &&
+                   std::string(facts.expression) == tag.expression &&
+                   facts.filter == std::string(tag.filter != nullptr ? tag.filter : "") &&
+                   facts.descending == 0;
+          });
+      if (!known) continue;
+      ASSERT_EQ(indexed::judge(again, facts.name, records), "right");
+      ++repaired;
+    }
+    ASSERT_EQ(zk_Db_closeDb(again), 0);
+  }
+  EXPECT_GT(repaired, kRounds) << "else nothing much was tested";
+  EXPECT_GT(appended, kRounds / 10);
 }
 
 }  // namespace

@@ -103,7 +103,9 @@ SEEN_BY_THE_LIBRARY ssize_t pwrite(int file, const void *bytes, size_t size, off
 }
 
 // Nobody waits for the disk here: the system keeps what a program wrote, however it ends.
-SEEN_BY_THE_LIBRARY int fdatasync(int) { return file_calls::whole(EIO, [] { return 0; }); }
+SEEN_BY_THE_LIBRARY int fdatasync(int) {
+  return file_calls::whole(EIO, [] { return 0; });
+}
 
 SEEN_BY_THE_LIBRARY int rename(const char *from, const char *to) noexcept {
   using namespace file_calls;

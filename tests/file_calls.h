@@ -11,13 +11,13 @@ enum class Disturbance {
   kEndHalfway,  // a write has put half of its bytes in place
   kEndAfter,
   kFailOnce,
-  kFailHalfway,  // a write puts half of its bytes in place, its rest fails
+  kFailHalfway,       // a write puts half of its bytes in place, its rest fails
   kFailHalfwayAndOn,  // and so does every other one
   kFailFromThere,
 };
 
-// From now on, until `calm`: the n-th call, counted from 1. A program that is ended has the exit code
-// of `setExitCode`.
+// From now on, until `calm`: the n-th call, counted from 1. A program that is ended has the exit
+// code of `setExitCode`.
 void disturb(int n, Disturbance disturbance);
 void setExitCode(int code);
 // Whether the call was reached.

@@ -339,8 +339,7 @@ TEST_F(IndexRefusalTest, WhichFileBecomesTheProductionIndex) {
     int mode;
     const char *file;
     bool production;
-  } cases[] = {
-      {2, "T", true}, {2, "", true}, {2, "t.cdx", true}, {2, "X", false}, {0, "T", false}};
+  } cases[] = {{2, "T", true}, {2, "", true}, {2, "t.cdx", true}, {2, "X", false}, {0, "T", false}};
   for (const auto &c : cases) {
     SCOPED_TRACE(std::string(c.file) + std::to_string(c.mode));
     for (const char *name : {"T.CDX", "t.cdx"}) fs::remove(path(name));

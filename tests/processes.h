@@ -60,6 +60,9 @@ class Process {
 // anything: its exit code, or -1 when it was killed.
 int inACopy(const std::function<int()> &work);
 
+// Ends this program as hung when the next call does not come within so many seconds; 0: none comes.
+void goOnWithin(unsigned seconds);
+
 // A byte range locked by the system's own means, past the library. It keeps other programs out, but
 // not this one: use it in a role that leaves the library alone.
 class ByteLock {
