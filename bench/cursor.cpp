@@ -7,9 +7,11 @@
 #include <memory>
 #include <numeric>
 
+#include "barecursor.h"
 #include "measure.h"
 #include "sqlite.h"
 #include "works.h"
+#include "writing.h"
 #include "zk/db.h"
 
 namespace zk::bench {
@@ -18,8 +20,7 @@ namespace {
 constexpr const char *kTableName = "PIPING";
 constexpr std::size_t kHeapPerRecord = 2500;  // bytes, amply
 
-// ---- The texts that the cursor holds
-// --------------------------------------------------------------
+// ---- The texts that the cursor holds ------------------------------------------------------------
 
 struct Texts {
   std::string bytes;             // one text behind the other
@@ -72,87 +73,22 @@ double checksum(const DbCursor *cursor) {
   return checksum(fields, bytes);
 }
 
-// ---- The bare cost
-// --------------------------------------------------------------------------------
-
-template <typename T>
-T *allocated() {
-  return static_cast<T *>(std::malloc(sizeof(T)));
-}
-
-char *copied(const char *text, std::size_t length) {
-  char *copy = static_cast<char *>(std::malloc(length + 1));
-  std::memcpy(copy, text, length);
-  copy[length] = '\0';
-  return copy;
-}
-
-LnkList *newList() {
-  auto *list = allocated<LnkList>();
-  *list = {};
-  return list;
-}
-
-void append(LnkList *list, void *data) {
-  auto *node = allocated<LnkNode>();
-  *node = {data, nullptr, list->last};
-  (list->last != nullptr ? list->last->next : list->first) = node;
-  list->last = node;
-  ++list->length;
-}
-
-DbFldNode *newField(const FieldLayout &layout, const char *text, std::size_t length) {
-  auto *field = allocated<DbFldNode>();
-  std::strcpy(field->name, layout.name);
-  field->width = layout.width;
-  field->prec = layout.decimals;
-  field->type = layout.type;
-  field->value = copied(text, length);
-  return field;
-}
+// ---- The works ----------------------------------------------------------------------------------
 
 DbCursor *bareCursor(const Texts &texts) {
-  DbCursor *cursor = newList();
+  DbCursor *cursor = newBareCursor();
   const char *text = texts.bytes.data();
   for (std::size_t index = 0; index < texts.lengths.size();) {
-    DbFldList *fields = newList();
+    DbFldList *fields = newBareFields();
     for (const FieldLayout &layout : kFields) {
       const std::size_t length = texts.lengths[index++];
-      append(fields, newField(layout, text, length));
+      appendBareField(fields, layout, text, length);
       text += length;
     }
-    auto *record = allocated<DbCursorNode>();
-    *record = {fields, copied(kTableName, std::strlen(kTableName))};
-    append(cursor, record);
+    appendBareRecord(cursor, fields, kTableName);
   }
   return cursor;
 }
-
-template <typename Free>
-void destroyBare(LnkList *list, Free freeData) {
-  for (LnkNode *node = list->first; node != nullptr;) {
-    LnkNode *next = node->next;
-    freeData(node->data);
-    std::free(node);
-    node = next;
-  }
-  std::free(list);
-}
-
-void freeField(void *data) {
-  std::free(static_cast<DbFldNode *>(data)->value);
-  std::free(data);
-}
-
-void freeRecord(void *data) {
-  auto *record = static_cast<DbCursorNode *>(data);
-  std::free(record->tblName);
-  destroyBare(record->fldList, freeField);
-  std::free(record);
-}
-
-// ---- The works
-// ------------------------------------------------------------------------------------
 
 Work bareWork(const std::shared_ptr<const Texts> &texts) {
   return [texts](Stopwatch &watch) {
@@ -163,7 +99,7 @@ Work bareWork(const std::shared_ptr<const Texts> &texts) {
     watch.stop();
     const double result = checksum(cursor);
     watch.start();
-    destroyBare(cursor, freeRecord);
+    destroyBareCursor(cursor);
     watch.stop();
     return result;
   };
@@ -230,7 +166,7 @@ void addCursors(const Setup &setup, Report &report) {
 
   const std::string table = setup.path("CURSOR.DBF");
   const std::string database = setup.path("cursor.sqlite");
-  writeInputs(setup, table, database, count);
+  writeInputs(table, database, std::span(setup.records).first(count));
   addBenchmark("cursor/zk", readingTable(table, kExclusive), expected);
   addBenchmark("cursor/zk_shared", readingTable(table, kShared), expected, kFewRepetitions);
   addBenchmark("cursor/bare", bareWork(texts), expected);

@@ -1,12 +1,15 @@
 // The benchmarks: this library beside yardsticks that do the same work in the same run.
 //
-//   zk_bench [--records N] [--check] [options of Google Benchmark]
+//   zk_bench [--records N] [--check | --growth] [options of Google Benchmark]
 //
 // --records N  scales the works down from 1,000,000 records
 // --check      ends with status 1 when a ratio is over its limit
+// --growth     measures instead what works with indexes cost per record, for that many records and
+//              for ten times as many
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -29,6 +32,7 @@ namespace {
 struct Options {
   std::size_t records = 1'000'000;
   bool check = false;
+  bool growth = false;
 };
 
 // Takes the program's own options out of the arguments.
@@ -38,6 +42,8 @@ Options parseOptions(std::vector<char *> &arguments) {
   for (std::size_t index = 0; index < arguments.size(); ++index) {
     if (std::strcmp(arguments[index], "--check") == 0) {
       options.check = true;
+    } else if (std::strcmp(arguments[index], "--growth") == 0) {
+      options.growth = true;
     } else if (std::strcmp(arguments[index], "--records") == 0 && index + 1 < arguments.size()) {
       options.records = std::stoul(arguments[++index]);
     } else {
@@ -45,6 +51,7 @@ Options parseOptions(std::vector<char *> &arguments) {
     }
   }
   require(options.records >= 10 && options.records <= 10'000'000, "--records: 10 to 10000000");
+  require(!options.growth || options.records <= 1'000'000, "--growth: at most 1000000 records");
   arguments = others;
   return options;
 }
@@ -80,18 +87,35 @@ class TemporaryDirectory {
   std::string path_;
 };
 
+Setup makeSetup(const Options &options, const std::string &directory) {
+  constexpr std::size_t kRecordsPerAdditional = 50;
+  constexpr int kGrowth = 10;
+  const std::size_t count = options.growth ? kGrowth * options.records : options.records;
+  const std::size_t additional = std::max<std::size_t>(options.records / kRecordsPerAdditional, 1);
+  Setup setup{generateRecords(count + additional), {}, directory};
+  setup.additional.assign(setup.records.end() - static_cast<std::ptrdiff_t>(additional),
+                          setup.records.end());
+  setup.records.resize(count);
+  return setup;
+}
+
 int run(std::vector<char *> arguments) {
   const Options options = parseOptions(arguments);
   initializeBenchmark(arguments);
   const TemporaryDirectory directory;
-  const Setup setup{generateRecords(options.records), directory.path()};
+  const Setup setup = makeSetup(options, directory.path());
   Report report;
-  addAppending(setup, report);
-  addWalking(setup, report);
-  addCursors(setup, report);
-  addLists(setup, report);
+  if (options.growth) {
+    addGrowth(setup, options.records, report);
+  } else {
+    addAppending(setup, report);
+    addWalking(setup, report);
+    addCursors(setup, report);
+    addIndexes(setup, report);
+    addLists(setup, report);
+  }
   benchmark::RunSpecifiedBenchmarks(&report);
-  report.printTable(std::cout);
+  report.printTables(std::cout);
   return report.failed() || (options.check && !report.withinLimits()) ? 1 : 0;
 }
 

@@ -54,14 +54,24 @@ Record generateRecord(Values &values, std::size_t number) {
   return record;
 }
 
+void generateKeys(std::mt19937 &random, std::size_t number, Record &record) {
+  constexpr char kCharacters[] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  for (std::size_t i = 0; i + 1 < sizeof record.code; ++i) {
+    record.code[i] = kCharacters[random() % (sizeof kCharacters - 1)];
+  }
+  record.number = static_cast<int32_t>(number);
+}
+
 }  // namespace
 
 std::vector<Record> generateRecords(std::size_t count) {
   Values values;
+  std::mt19937 random{20240301};
   std::vector<Record> records;
   records.reserve(count);
   for (std::size_t number = 1; number <= count; ++number) {
     records.push_back(generateRecord(values, number));
+    generateKeys(random, number, records.back());
   }
   return records;
 }

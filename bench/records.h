@@ -1,5 +1,7 @@
 // The values that every side of the table benchmarks stores and reads: pieces of a pipe line, made
 // from a fixed seed before anything is timed.
+//
+// Tables have ten fields; those with indexes have the two keys before them.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +22,8 @@ struct Record {
   int32_t quantity;
   bool insulated;
   char description[41];
+  char code[21];   // 20 letters and digits at random
+  int32_t number;  // ascending
 };
 
 struct FieldLayout {
@@ -38,6 +42,21 @@ inline constexpr FieldLayout kFields[] = {
     {"INSULATED", 'L', 1, 0, "INTEGER"}, {"DESCRIPT", 'C', 40, 0, "TEXT"},
 };
 inline constexpr int kFieldCount = std::size(kFields);
+
+inline constexpr FieldLayout kKeyFields[] = {
+    {"CODE", 'C', 20, 0, "TEXT"},
+    {"NUMBER", 'N', 10, 0, "INTEGER"},
+};
+enum class Keys { kNo, kYes };
+
+// The fields of a table, in order.
+inline std::vector<FieldLayout> fieldsOf(Keys keys) {
+  std::vector<FieldLayout> fields(std::begin(kFields), std::end(kFields));
+  if (keys == Keys::kYes) {
+    fields.insert(fields.begin(), std::begin(kKeyFields), std::end(kKeyFields));
+  }
+  return fields;
+}
 
 std::vector<Record> generateRecords(std::size_t count);
 

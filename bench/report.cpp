@@ -12,6 +12,10 @@ std::string formatted(const char *format, double value) {
   return text;
 }
 
+std::string formattedNanoseconds(double milliseconds, double operations) {
+  return formatted("%.0f ns", milliseconds * 1e6 / operations);
+}
+
 }  // namespace
 
 void Report::ReportRuns(const std::vector<Run> &runs) {
@@ -33,7 +37,12 @@ double Report::ratio(const Comparison &comparison) const {
   return ours->second / yardstick->second;
 }
 
-void Report::printTable(std::ostream &out) const {
+void Report::printTables(std::ostream &out) const {
+  if (!comparisons_.empty()) printComparisons(out);
+  if (!growths_.empty()) printGrowths(out);
+}
+
+void Report::printComparisons(std::ostream &out) const {
   out << "\n| work | this library | yardstick | ratio | limit |\n|---|---|---|---|---|\n";
   for (const Comparison &comparison : comparisons_) {
     const double measured = ratio(comparison);
@@ -42,7 +51,21 @@ void Report::printTable(std::ostream &out) const {
         << formatted("%.0f ms", milliseconds_.at(comparison.ours)) << " | "
         << comparison.yardstickName << formatted(" %.0f ms", milliseconds_.at(comparison.yardstick))
         << " | " << formatted("%.2f", measured) << " | "
-        << (comparison.limit > 0 ? formatted("%.1f", comparison.limit) : "") << " |\n";
+        << (comparison.limit > 0 ? formatted("%.2f", comparison.limit) : "") << " |\n";
+  }
+}
+
+void Report::printGrowths(std::ostream &out) const {
+  out << "\n| work | of " << few_ << " | of " << many_ << " | growth |\n|---|---|---|---|\n";
+  for (const Growth &growth : growths_) {
+    const auto few = milliseconds_.find(growth.few);
+    const auto many = milliseconds_.find(growth.many);
+    if (few == milliseconds_.end() || many == milliseconds_.end()) continue;
+    const double factor =
+        many->second / growth.manyOperations / (few->second / growth.fewOperations);
+    out << "| " << growth.work << " | " << formattedNanoseconds(few->second, growth.fewOperations)
+        << " | " << formattedNanoseconds(many->second, growth.manyOperations) << " | "
+        << formatted("%.2f", factor) << " |\n";
   }
 }
 

@@ -18,26 +18,46 @@ struct Comparison {
   double limit;  // 0: none
 };
 
+// The same work in a small and in a large table, and how often each does what the row is about.
+struct Growth {
+  std::string work;
+  std::string few;
+  std::string many;
+  double fewOperations;
+  double manyOperations;
+};
+
 class Report : public benchmark::ConsoleReporter {
  public:
   Report() : ConsoleReporter(OO_Defaults) {}
 
   void add(Comparison comparison) { comparisons_.push_back(std::move(comparison)); }
+  void add(Growth growth) { growths_.push_back(std::move(growth)); }
+  // What the columns of growths are called.
+  void setSizes(std::string few, std::string many) {
+    few_ = std::move(few);
+    many_ = std::move(many);
+  }
 
   void ReportRuns(const std::vector<Run> &runs) override;
 
-  // Prints a Markdown table of the rows whose two sides were measured.
-  void printTable(std::ostream &out) const;
+  // Prints Markdown tables of the rows whose two sides were measured.
+  void printTables(std::ostream &out) const;
 
   // No benchmark failed, and no ratio is over its limit.
   bool withinLimits() const;
   bool failed() const { return failed_; }
 
  private:
+  void printComparisons(std::ostream &out) const;
+  void printGrowths(std::ostream &out) const;
   // Negative when a side was not measured.
   double ratio(const Comparison &comparison) const;
 
   std::vector<Comparison> comparisons_;
+  std::vector<Growth> growths_;
+  std::string few_;
+  std::string many_;
   std::map<std::string, double> milliseconds_;  // by benchmark name
   bool failed_ = false;
 };

@@ -4,16 +4,17 @@
 
 namespace zk::bench {
 
-Database::Database(const std::string &path) {
+Database::Database(const std::string &path, int pageSize, Locking locking) {
   sqlite3 *handle = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   const int status = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   require(status == SQLITE_OK, "SQLite cannot open its file");
-  execute("PRAGMA page_size=32768");
+  execute("PRAGMA page_size=" + std::to_string(pageSize));
   execute("PRAGMA journal_mode=OFF");
   execute("PRAGMA synchronous=OFF");
-  execute("PRAGMA locking_mode=EXCLUSIVE");
+  execute(locking == Locking::kOnce ? "PRAGMA locking_mode=EXCLUSIVE"
+                                    : "PRAGMA locking_mode=NORMAL");
   execute("PRAGMA mmap_size=4000000000");
 }
 
@@ -27,6 +28,12 @@ Database::Statement Database::prepare(const std::string &sql) {
   const int status = sqlite3_prepare_v2(handle_.get(), sql.c_str(), -1, &statement, nullptr);
   require(status == SQLITE_OK, sqlite3_errmsg(handle_.get()));
   return Statement(statement);
+}
+
+double Database::number(const std::string &sql) {
+  const Statement statement = prepare(sql);
+  require(sqlite3_step(statement.get()) == SQLITE_ROW, "SQLite has no such row");
+  return sqlite3_column_double(statement.get(), 0);
 }
 
 void Database::close() {

@@ -1,5 +1,6 @@
-// SQLite set up for the work of one program on one file: no journal, no waiting for the disk, no
-// locks given back, no mutexes, the file mapped for reading, the page size that measured best.
+// SQLite set up for speed: no journal, no waiting for the disk, no mutexes, the file mapped for
+// reading. What is left to choose is the page size, of which large ones measured best for walks and
+// small ones for access to single rows, and whether other programs may use the file meanwhile.
 #pragma once
 
 #include <sqlite3.h>
@@ -9,9 +10,16 @@
 
 namespace zk::bench {
 
+inline constexpr int kLargePages = 32768;
+inline constexpr int kSmallPages = 4096;
+
+enum class Locking { kOnce, kEachTime };
+
 class Database {
  public:
-  explicit Database(const std::string &path);
+  // The page size counts when the file is new.
+  explicit Database(const std::string &path, int pageSize = kLargePages,
+                    Locking locking = Locking::kOnce);
 
   void execute(const std::string &sql);
 
@@ -20,6 +28,9 @@ class Database {
   };
   using Statement = std::unique_ptr<sqlite3_stmt, Finalizer>;
   Statement prepare(const std::string &sql);
+
+  // The first column of the statement's only row.
+  double number(const std::string &sql);
 
   // Throws unless everything could be written.
   void close();

@@ -1,12 +1,11 @@
 // Appending records and walking them, against SQLite doing the same.
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "measure.h"
 #include "sqlite.h"
 #include "works.h"
+#include "writing.h"
 #include "zk/db.h"
-#include "zk/extras.h"
 
 namespace zk::bench {
 namespace {
@@ -14,87 +13,6 @@ namespace {
 constexpr std::size_t kFilePerRecord = 200;  // bytes, amply
 
 // ---- Appending ----------------------------------------------------------------------------------
-
-void createTable(const std::string &path) {
-  DbFldList *fields = zk_DbFldList_create(nullptr);
-  for (const FieldLayout &field : kFields) {
-    zk_DbFldList_insEnd(fields, field.name, nullptr, field.width, field.decimals, field.type);
-  }
-  const int32_t id = zk_Db_createDb(path.c_str(), fields);
-  zk_DbFldList_destroy(fields);
-  require(id >= 0 && zk_Db_closeDb(id) == 0, "cannot create the table");
-}
-
-int appendRecord(int32_t id, const Record &record) {
-  return zk_Db_appendStart(id) | zk_Db_assignFldStr(id, "TAG", record.tag) |
-         zk_Db_assignFldStr(id, "LINE", record.line) |
-         zk_Db_assignFldDouble(id, "WEIGHT", record.weight) |
-         zk_Db_assignFldDouble(id, "X", record.x) | zk_Db_assignFldDouble(id, "Y", record.y) |
-         zk_Db_assignFldDouble(id, "Z", record.z) |
-         zk_Db_assignFldStr(id, "INSTALLED", record.installed) |
-         zk_Db_assignFldInt(id, "QUANTITY", record.quantity) |
-         zk_Db_assignFldStr(id, "INSULATED", record.insulated ? "T" : "F") |
-         zk_Db_assignFldStr(id, "DESCRIPT", record.description) | zk_Db_append(id);
-}
-
-void bindText(sqlite3_stmt *statement, int column, const char *text) {
-  sqlite3_bind_text(statement, column, text, -1, SQLITE_STATIC);
-}
-
-void insertRecord(sqlite3_stmt *statement, const Record &record) {
-  bindText(statement, 1, record.tag);
-  bindText(statement, 2, record.line);
-  sqlite3_bind_double(statement, 3, record.weight);
-  sqlite3_bind_double(statement, 4, record.x);
-  sqlite3_bind_double(statement, 5, record.y);
-  sqlite3_bind_double(statement, 6, record.z);
-  bindText(statement, 7, record.installed);
-  sqlite3_bind_int(statement, 8, record.quantity);
-  sqlite3_bind_int(statement, 9, record.insulated ? 1 : 0);
-  bindText(statement, 10, record.description);
-  require(sqlite3_step(statement) == SQLITE_DONE, "SQLite cannot insert");
-  sqlite3_reset(statement);
-}
-
-std::string createStatement() {
-  std::string sql;
-  for (const FieldLayout &field : kFields) {
-    sql += sql.empty() ? "CREATE TABLE piping (" : ", ";
-    sql += std::string(field.name) + " " + field.sqlType;
-  }
-  return sql + ")";
-}
-
-void writeTable(const Setup &setup, const std::string &path, std::size_t count, int mode) {
-  createTable(path);
-  const int32_t id = zk_Db_openDbEx(path.c_str(), mode);
-  require(id >= 0, "cannot open the table");
-  for (std::size_t index = 0; index < count; ++index) {
-    require(appendRecord(id, setup.records[index]) == 0, "cannot append");
-  }
-  const int flushed = zk_Db_flush(id);
-  require(zk_Db_closeDb(id) == 0 && flushed == 0, "cannot write the table");
-}
-
-void writeDatabase(const Setup &setup, const std::string &path, std::size_t count) {
-  Database database(path);
-  database.execute(createStatement());
-  database.execute("BEGIN");
-  auto insertion = database.prepare("INSERT INTO piping VALUES (?,?,?,?,?,?,?,?,?,?)");
-  for (std::size_t index = 0; index < count; ++index) {
-    insertRecord(insertion.get(), setup.records[index]);
-  }
-  database.execute("COMMIT");
-  insertion.reset();
-  database.close();
-}
-
-// Has the system write the file now, not in the background of the measurements.
-void settle(const std::string &path) {
-  const int file = ::open(path.c_str(), O_RDONLY);
-  require(file >= 0 && fsync(file) == 0, "cannot settle the input");
-  ::close(file);
-}
 
 double tableLength(const std::string &path) {
   const int32_t id = zk_Db_openDb(path.c_str());
@@ -104,10 +22,7 @@ double tableLength(const std::string &path) {
 }
 
 double databaseLength(const std::string &path) {
-  Database database(path);
-  const auto statement = database.prepare("SELECT count(*) FROM piping");
-  require(sqlite3_step(statement.get()) == SQLITE_ROW, "SQLite cannot count");
-  return sqlite3_column_double(statement.get(), 0);
+  return Database(path).number("SELECT count(*) FROM piping");
 }
 
 void prepareToWrite(const Setup &setup, const std::string &path) {
@@ -120,7 +35,7 @@ Work appending(const Setup &setup, int mode) {
     const std::string path = setup.path("APPEND.DBF");
     prepareToWrite(setup, path);
     watch.start();
-    writeTable(setup, path, setup.records.size(), mode);
+    writeTable(path, setup.records, mode);
     watch.stop();
     const double length = tableLength(path);
     unlink(path.c_str());
@@ -133,7 +48,7 @@ Work inserting(const Setup &setup) {
     const std::string path = setup.path("append.sqlite");
     prepareToWrite(setup, path);
     watch.start();
-    writeDatabase(setup, path, setup.records.size());
+    writeDatabase(path, setup.records);
     watch.stop();
     const double length = databaseLength(path);
     unlink(path.c_str());
@@ -197,19 +112,6 @@ double readNumberColumn(sqlite3_stmt *statement) { return sqlite3_column_double(
 
 }  // namespace
 
-void writeInputs(const Setup &setup, const std::string &table, const std::string &database,
-                 std::size_t count) {
-  const double expected = static_cast<double>(count);
-  const auto writeBoth = [&](Stopwatch &) {
-    writeTable(setup, table, count, kExclusive);
-    writeDatabase(setup, database, count);
-    settle(table);
-    settle(database);
-    return expected;
-  };
-  measureInChild(writeBoth, expected);
-}
-
 void addAppending(const Setup &setup, Report &report) {
   const double count = static_cast<double>(setup.records.size());
   addBenchmark("append/zk", appending(setup, kExclusive), count);
@@ -230,7 +132,7 @@ void addWalking(const Setup &setup, Report &report) {
   }
   const std::string table = setup.path("PIPING.DBF");
   const std::string database = setup.path("piping.sqlite");
-  writeInputs(setup, table, database, setup.records.size());
+  writeInputs(table, database, setup.records);
   addBenchmark("walk_text/zk", walkingTable(table, kExclusive, readTag), tags);
   addBenchmark("walk_text/zk_shared", walkingTable(table, kShared, readTag), tags, kFewRepetitions);
   addBenchmark("walk_text/sqlite", walkingColumn(database, "TAG", readTextColumn), tags);

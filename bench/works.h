@@ -19,7 +19,8 @@ inline constexpr int kFewRepetitions = 3;
 
 struct Setup {
   std::vector<Record> records;
-  std::string directory;  // for the files; its own for this run
+  std::vector<Record> additional;  // to append to a table that has the others
+  std::string directory;           // for the files; its own for this run
 
   std::string path(const char *name) const { return directory + "/" + name; }
 };
@@ -27,13 +28,13 @@ struct Setup {
 // 1000000 as "1,000,000".
 std::string withCommas(std::size_t number);
 
-// Writes the first `count` records to a table and a database, for the works that read them.
-void writeInputs(const Setup &setup, const std::string &table, const std::string &database,
-                 std::size_t count);
-
 void addAppending(const Setup &setup, Report &report);
 void addWalking(const Setup &setup, Report &report);
 void addCursors(const Setup &setup, Report &report);
 void addLists(const Setup &setup, Report &report);
+void addIndexes(const Setup &setup, Report &report);
+// Instead of the others: what this library's works with indexes cost per record in tables of
+// `count` and of ten times as many records.
+void addGrowth(const Setup &setup, std::size_t count, Report &report);
 
 }  // namespace zk::bench

@@ -14,9 +14,6 @@ inline std::uint32_t readLittle32(const unsigned char *p) {
   return p[0] | static_cast<std::uint32_t>(p[1]) << 8 | static_cast<std::uint32_t>(p[2]) << 16 |
          static_cast<std::uint32_t>(p[3]) << 24;
 }
-inline std::uint64_t readLittle64(const unsigned char *p) {
-  return readLittle32(p) | static_cast<std::uint64_t>(readLittle32(p + 4)) << 32;
-}
 inline void writeLittle16(unsigned char *p, std::uint16_t value) {
   p[0] = static_cast<unsigned char>(value);
   p[1] = static_cast<unsigned char>(value >> 8);
@@ -39,6 +36,11 @@ inline std::uint64_t readBig64(const unsigned char *p) {
   std::uint64_t value;
   std::memcpy(&value, p, sizeof value);
   return std::endian::native == std::endian::little ? __builtin_bswap64(value) : value;
+}
+inline std::uint64_t readLittle64(const unsigned char *p) {
+  std::uint64_t value;
+  std::memcpy(&value, p, sizeof value);
+  return std::endian::native == std::endian::little ? value : __builtin_bswap64(value);
 }
 inline void writeBig16(unsigned char *p, std::uint16_t value) {
   p[0] = static_cast<unsigned char>(value >> 8);

@@ -126,12 +126,10 @@ int IndexFile::refresh() noexcept {
   IndexState state;
   const int status = state.read(file_);
   if (status != kOk) return status;
-  if (state.changing()) return kLocked;
   // Whoever keeps the index sets the mark before the count: where there is none, records that are
-  // known to this program and not to the index came without it.
-  if (state.missesRecords(table_.knownCount()) && state.recordCount() < table_.knownCount()) {
-    return fallBehind();
-  }
+  // known here and not to the index came without it.
+  const bool lacksRecords = state.knowsRecords() && state.recordCount() < table_.knownCount();
+  if (state.changing() || lacksRecords) return kLocked;
   return state.counter() == state_.counter() ? kOk : noticeChange(state);
 }
 
@@ -160,14 +158,15 @@ int IndexFile::noticeChange(const IndexState &state) noexcept {
   return kOk;
 }
 
-int IndexFile::readPage(std::uint32_t offset, IndexPage &page) noexcept {
-  if (const IndexPage *kept = cache_.find(offset)) {
-    page = *kept;
-    return kOk;
-  }
+int IndexFile::viewPage(std::uint32_t offset, IndexPage &room, const IndexPage *&page) noexcept {
   if (!isPageOffset(offset, fileLength_)) return damaged();
-  const int status = file_.read(offset, page.bytes, sizeof page.bytes);
-  if (status == kOk && !page.isLeaf()) cache_.keep(offset, page, pageLimit());
+  return cache_.view(offset, fileLength_, room, page);
+}
+
+int IndexFile::readPage(std::uint32_t offset, IndexPage &page) noexcept {
+  const IndexPage *found = nullptr;
+  const int status = viewPage(offset, page, found);
+  if (status == kOk && found != &page) page = *found;
   return status;
 }
 

@@ -20,15 +20,15 @@ class Table;
 
 class IndexFile {
  public:
-  explicit IndexFile(Table &table) noexcept : table_(table), change_(*this) {}
+  explicit IndexFile(Table &table) noexcept : table_(table), cache_(file_), change_(*this) {}
   IndexFile(const IndexFile &) = delete;
   IndexFile &operator=(const IndexFile &) = delete;
 
   // Opens the file of that native path with the tags that it lists. 0; -60; -310 for anything that
   // is not an index. One that is behind its table opens all the same. Throws std::bad_alloc.
   int open(const char *path, OpenMode mode);
-  // The same file, which was replaced on the disk: with tags of its own. When that fails the old tags
-  // stay, to be written anew, and it counts as behind its table.
+  // The same file, which was replaced on the disk: with tags of its own. When that fails the old
+  // tags stay, to be written anew, and it counts as behind its table.
   int reopen() noexcept;
 
   Table &table() const noexcept { return table_; }
@@ -39,9 +39,11 @@ class IndexFile {
   IndexChange &change() noexcept { return change_; }
 
   // Looks whether another program changed the file since the last call; then everything that was
-  // read before counts as old, which `version` tells. kLocked while a change is being written; -310
-  // when one never was finished.
+  // read before counts as old, which `version` tells. kLocked while a change is being written, and
+  // when one never was finished or records came without the index; -310 when that is known.
   int refresh() noexcept;
+  // Whether the index can be used, as far as is known.
+  int checkUsable() noexcept { return behind_ ? fallBehind() : kOk; }
   // Keeps writers out until `lock` is released, or where no lock can be had, waits for the one that
   // is at work. 0, 50.
   int waitForWriters(RangeLock &lock) noexcept;
@@ -57,6 +59,9 @@ class IndexFile {
 
   // A page of the file, checked for its place. 0, -70, -310.
   int readPage(std::uint32_t offset, IndexPage &page) noexcept;
+  // The same without a copy where there is one already: `page` is that, valid until the next page
+  // is read, or `room`.
+  int viewPage(std::uint32_t offset, IndexPage &room, const IndexPage *&page) noexcept;
   // No index has more pages than its file: the bound of every walk.
   std::uint32_t pageLimit() const noexcept {
     return static_cast<std::uint32_t>(fileLength_ / kIndexPageSize);

@@ -1,5 +1,6 @@
 #include "engine/IndexChange.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/Guard.h"
@@ -117,6 +118,8 @@ int IndexChange::setRoot(Tag &tag, std::uint32_t root) noexcept {
 
 int IndexChange::beginWriting() noexcept {
   writing_ = true;
+  std::sort(pages_.begin(), pages_.end(),
+            [](const ChangedPage &a, const ChangedPage &b) { return a.offset < b.offset; });
   if (unsettled_) return kOk;
   // The list of free pages changes with the pages: a mark that came to the disk in part must not
   // have changed it.
@@ -130,13 +133,23 @@ int IndexChange::beginWriting() noexcept {
   return status;
 }
 
+// Pages that lie side by side in one go.
 int IndexChange::writeThose(bool newOnes) noexcept {
+  constexpr std::size_t kMost = 16;
+  IndexPage run[kMost];
+  std::size_t length = 0;
+  std::uint32_t start = 0;
   for (const ChangedPage &changed : pages_) {
     if (changed.isNew != newOnes) continue;
-    const int status = index_.file().write(changed.offset, changed.page.bytes, kIndexPageSize);
-    if (status != kOk) return status;
+    if (length == kMost || (length > 0 && changed.offset != start + length * kIndexPageSize)) {
+      const int status = index_.file().write(start, run, length * kIndexPageSize);
+      if (status != kOk) return status;
+      length = 0;
+    }
+    if (length == 0) start = changed.offset;
+    run[length++] = changed.page;
   }
-  return kOk;
+  return length > 0 ? index_.file().write(start, run, length * kIndexPageSize) : kOk;
 }
 
 int IndexChange::writeNewPages() noexcept { return writeThose(true); }
@@ -160,11 +173,7 @@ int IndexChange::finish(std::uint32_t added) noexcept {
     if (status != kOk) return status;
   }
   for (const ChangedPage &changed : pages_) {
-    if (changed.page.isLeaf()) {
-      index_.cache_.drop(changed.offset);
-    } else {
-      index_.cache_.keep(changed.offset, changed.page, index_.pageLimit());
-    }
+    index_.cache_.put(changed.offset, changed.page);
   }
   if (index_.fileLength_ < fileEnd_) index_.fileLength_ = fileEnd_;
   index_.state_ = state_;

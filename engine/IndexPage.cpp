@@ -10,7 +10,11 @@ constexpr std::size_t kLeafHead = 24;
 constexpr std::size_t kLeafSpace = kIndexPageSize - kLeafHead;
 constexpr std::uint32_t kLargestEntry = 8;
 
-std::uint64_t readEntry(const unsigned char *bytes, std::uint32_t size) {
+// An entry, with what lies behind it cut off.
+std::uint64_t readEntry(const unsigned char *bytes, std::uint32_t size,
+                        const unsigned char *pageEnd) {
+  // In one piece, unless that goes past the page.
+  if (bytes + 8 <= pageEnd) return readLittle64(bytes) & ~std::uint64_t{0} >> (64 - 8 * size);
   std::uint64_t entry = 0;
   for (std::uint32_t i = 0; i < size; ++i) entry |= static_cast<std::uint64_t>(bytes[i]) << (8 * i);
   return entry;
@@ -27,6 +31,38 @@ std::uint32_t bitsFor(std::uint64_t largest) {
   while (maskOf(bits) < largest) ++bits;
   return bits;
 }
+
+// How the entries of a leaf are packed.
+struct LeafForm {
+  std::uint32_t count;
+  std::uint32_t entryBytes;
+  std::uint32_t duplicateAt;  // bits of the record number before it
+  std::uint32_t trailingAt;
+  std::uint64_t recordMask;
+  std::uint64_t duplicateMask;
+  std::uint64_t trailingMask;
+
+  // False when the page is no such leaf.
+  bool read(const IndexPage &page) {
+    const std::uint32_t recordBits = page.bytes[20];
+    const std::uint32_t duplicateBits = page.bytes[21];
+    const std::uint32_t trailingBits = page.bytes[22];
+    count = page.count();
+    entryBytes = page.bytes[23];
+    duplicateAt = recordBits;
+    trailingAt = recordBits + duplicateBits;
+    if (!page.isLeaf() || count * entryBytes > kLeafSpace) return false;
+    if (count == 0) return true;
+    if (entryBytes == 0 || entryBytes > kLargestEntry || recordBits == 0 || recordBits > 32 ||
+        trailingAt + trailingBits > 8 * entryBytes || duplicateBits > 8 || trailingBits > 8) {
+      return false;
+    }
+    recordMask = maskOf(recordBits);
+    duplicateMask = maskOf(duplicateBits);
+    trailingMask = maskOf(trailingBits);
+    return true;
+  }
+};
 
 // The fill bytes at the end of a key. Whole words are looked at where there are.
 std::uint32_t trailingFill(const unsigned char *key, const KeyLayout &layout) {
@@ -53,7 +89,52 @@ std::uint32_t sharedBytes(const unsigned char *a, const unsigned char *b, std::u
   return i;
 }
 
+// Keys are copied in whole pieces, past their end: the next key lies there and comes later.
+constexpr std::size_t kPiece = 16;
+
+void copyPieces(unsigned char *to, const unsigned char *from, std::size_t size) {
+  std::size_t at = 0;
+  do {
+    unsigned char piece[kPiece];  // the two may overlap
+    std::memcpy(piece, from + at, kPiece);
+    std::memcpy(to + at, piece, kPiece);
+    at += kPiece;
+  } while (at < size);
+}
+
+// How many of the first `count` entries lie before the place. Which half to go on with is nothing
+// that a processor could foresee: there is no branch.
+template <typename Entries>
+std::uint32_t countBehind(const Entries &entries, std::uint32_t count, const KeyBound &bound) {
+  std::uint32_t low = 0;
+  while (count > 0) {
+    const std::uint32_t half = count / 2;
+    const bool behind = bound.isBehind(entries.key(low + half), entries.record(low + half));
+    low += behind ? half + 1 : 0;
+    count = behind ? count - half - 1 : half;
+  }
+  return low;
+}
+
 }  // namespace
+
+// ---- Places
+
+KeyBound::KeyBound(const unsigned char *boundKey, std::size_t keyLength, std::uint32_t boundRecord,
+                   bool behind) noexcept
+    : key(boundKey), length(keyLength), record(boundRecord), behindEquals(behind) {
+  unsigned char first[sizeof word] = {};
+  std::memcpy(first, key, std::min(length, sizeof first));
+  word = readBig64(first);
+  if (length < sizeof word) mask = length == 0 ? 0 : mask << (64 - 8 * length);
+}
+
+bool KeyBound::restIsBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept {
+  const int order = length > sizeof word
+                        ? std::memcmp(other + sizeof word, key + sizeof word, length - sizeof word)
+                        : 0;
+  return order != 0 ? order < 0 : equalIsBehind(otherRecord);
+}
 
 // ---- Interior pages
 
@@ -74,6 +155,10 @@ void InteriorEntries::put(IndexPage &page, const KeyLayout &layout, std::uint32_
   writeBig32(entry + layout.length + 4, child);
 }
 
+std::uint32_t InteriorEntries::find(const KeyBound &bound) const noexcept {
+  return countBehind(*this, count_ - 1, bound);
+}
+
 // ---- Leaves, read
 
 LeafKeys::~LeafKeys() {
@@ -88,50 +173,96 @@ bool LeafKeys::reserve(std::uint32_t count, std::size_t length) noexcept {
     records_ = static_cast<std::uint32_t *>(grown);
     capacity_ = count;
   }
-  if (count * length > keyBytes_) {
-    void *grown = base::reallocate(keys_, count * length);
+  const std::size_t bytes = count * length + 2 * kPiece;
+  if (bytes > keyBytes_) {
+    void *grown = base::reallocate(keys_, bytes);
     if (grown == nullptr) return false;
     keys_ = static_cast<unsigned char *>(grown);
-    keyBytes_ = count * length;
+    keyBytes_ = bytes;
   }
   return true;
 }
 
 LeafKeys::Result LeafKeys::read(const IndexPage &page, const KeyLayout &layout) noexcept {
   clear();
-  const std::uint32_t count = page.count();
-  const std::uint32_t recordBits = page.bytes[20];
-  const std::uint32_t duplicateBits = page.bytes[21];
-  const std::uint32_t trailingBits = page.bytes[22];
-  const std::uint32_t entryBytes = page.bytes[23];
-  if (!page.isLeaf() || count * entryBytes > kLeafSpace) return Result::kDamaged;
-  if (count > 0 && (entryBytes == 0 || entryBytes > kLargestEntry || recordBits == 0 ||
-                    recordBits > 32 || recordBits + duplicateBits + trailingBits > 8 * entryBytes ||
-                    duplicateBits > 8 || trailingBits > 8)) {
-    return Result::kDamaged;
-  }
+  LeafForm form;
+  if (!form.read(page)) return Result::kDamaged;
+  const std::uint32_t count = form.count;
   if (!reserve(count, layout.length)) return Result::kNoMemory;
   length_ = layout.length;
 
-  const std::size_t entriesEnd = kLeafHead + count * entryBytes;
-  std::size_t keysAt = kIndexPageSize;
+  // What the loop needs, apart: it writes bytes, which could be anything.
+  const std::size_t length = layout.length;
+  const unsigned char fill = layout.fill;
+  const unsigned char *const pageEnd = page.bytes + kIndexPageSize;
+  const unsigned char *entries = page.bytes + kLeafHead;
+  const std::uint32_t entryBytes = form.entryBytes;
+  const unsigned char *const entriesEnd = entries + count * entryBytes;
+  const unsigned char *stored = pageEnd;
   unsigned char *key = keys_;
-  for (std::uint32_t i = 0; i < count; ++i, key += length_) {
-    const std::uint64_t entry = readEntry(page.bytes + kLeafHead + i * entryBytes, entryBytes);
-    const auto duplicate = static_cast<std::size_t>(entry >> recordBits & maskOf(duplicateBits));
-    const auto trailing =
-        static_cast<std::size_t>(entry >> (recordBits + duplicateBits) & maskOf(trailingBits));
-    if (duplicate + trailing > length_ || (i == 0 && duplicate != 0)) return Result::kDamaged;
-    const std::size_t stored = length_ - duplicate - trailing;
-    if (stored > keysAt - entriesEnd) return Result::kDamaged;
-    keysAt -= stored;
-    if (duplicate > 0) std::memcpy(key, key - length_, duplicate);
-    std::memcpy(key + duplicate, page.bytes + keysAt, stored);
-    std::memset(key + duplicate + stored, layout.fill, trailing);
-    records_[i] = static_cast<std::uint32_t>(entry & maskOf(recordBits));
+  std::uint32_t *record = records_;
+  std::size_t before = 0;  // bytes of the key before
+  for (; entries != entriesEnd; entries += entryBytes, key += length) {
+    const std::uint64_t entry = readEntry(entries, entryBytes, pageEnd);
+    const std::size_t duplicate = entry >> form.duplicateAt & form.duplicateMask;
+    const std::size_t trailing = entry >> form.trailingAt & form.trailingMask;
+    if (duplicate + trailing > length || duplicate > before) return Result::kDamaged;
+    const std::size_t size = length - duplicate - trailing;
+    if (size > static_cast<std::size_t>(stored - entriesEnd)) return Result::kDamaged;
+    stored -= size;
+    copyPieces(key, key - before, duplicate);
+    if (stored + size + kPiece <= pageEnd) {
+      copyPieces(key + duplicate, stored, size);
+    } else {
+      std::memcpy(key + duplicate, stored, size);
+    }
+    if (trailing > 0) std::memset(key + duplicate + size, fill, trailing);
+    *record++ = static_cast<std::uint32_t>(entry & form.recordMask);
+    before = length;
   }
   count_ = count;
   return Result::kDone;
+}
+
+// While the entries lie before the key, it is known how many bytes they share with it: an entry
+// that shares more with the one before lies there as well.
+LeafSearch::Result LeafSearch::find(const IndexPage &page, const KeyLayout &layout,
+                                    const unsigned char *key) noexcept {
+  LeafForm form;
+  if (!form.read(page)) return Result::kDamaged;
+  const std::size_t length = layout.length;
+  const unsigned char *const pageEnd = page.bytes + kIndexPageSize;
+  const unsigned char *entries = page.bytes + kLeafHead;
+  const unsigned char *const entriesEnd = entries + form.count * form.entryBytes;
+  const unsigned char *stored = pageEnd;
+  std::size_t matched = 0;
+  std::size_t before = 0;  // bytes of the key before
+  for (at = 0; at < form.count; ++at, entries += form.entryBytes) {
+    const std::uint64_t entry = readEntry(entries, form.entryBytes, pageEnd);
+    const std::size_t duplicate = entry >> form.duplicateAt & form.duplicateMask;
+    const std::size_t trailing = entry >> form.trailingAt & form.trailingMask;
+    if (duplicate + trailing > length || duplicate > before) return Result::kDamaged;
+    const std::size_t size = length - duplicate - trailing;
+    if (size > static_cast<std::size_t>(stored - entriesEnd)) return Result::kDamaged;
+    stored -= size;
+    before = length;
+    if (duplicate > matched) continue;
+    unsigned char byte = 0;
+    for (matched = duplicate; matched < length; ++matched) {
+      byte = matched < duplicate + size ? stored[matched - duplicate] : layout.fill;
+      if (byte != key[matched]) break;
+    }
+    if (matched == length) {
+      record = static_cast<std::uint32_t>(entry & form.recordMask);
+      return Result::kFound;
+    }
+    if (byte > key[matched]) break;
+  }
+  return Result::kNotFound;
+}
+
+std::uint32_t LeafKeys::find(const KeyBound &bound) const noexcept {
+  return countBehind(*this, count_, bound);
 }
 
 // ---- Leaves, written

@@ -73,6 +73,37 @@ inline int compareKeys(const unsigned char *a, std::uint32_t recordA, const unsi
   return recordA < recordB ? -1 : recordA > recordB ? 1 : 0;
 }
 
+// A place between entries: behind all that sort before the key, or (`behindEquals`) behind those
+// that begin with it as well.
+struct KeyBound {
+  // `record` counts as part of a whole key when it is not 0.
+  KeyBound(const unsigned char *key, std::size_t length, std::uint32_t record,
+           bool behindEquals) noexcept;
+
+  // Whether an entry lies before the place. Of its key at least 8 bytes can be read, whatever they
+  // are behind its end.
+  bool isBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept {
+    const std::uint64_t otherWord = readBig64(other) & mask;
+    return otherWord != word ? otherWord < word : restIsBehind(other, otherRecord);
+  }
+  // The same for an entry that begins with the key.
+  bool equalIsBehind(std::uint32_t otherRecord) const noexcept {
+    return record != 0 && otherRecord != record ? otherRecord < record : behindEquals;
+  }
+
+  const unsigned char *key;
+  std::size_t length;
+  std::uint32_t record;
+  bool behindEquals;
+
+ private:
+  bool restIsBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept;
+
+  // The first 8 bytes of the key, as far as it has them, settle most comparisons.
+  std::uint64_t word;
+  std::uint64_t mask = ~std::uint64_t{0};
+};
+
 // The entries of an interior page, in place.
 class InteriorEntries {
  public:
@@ -83,6 +114,8 @@ class InteriorEntries {
   const unsigned char *key(std::uint32_t i) const { return entry(i); }
   std::uint32_t record(std::uint32_t i) const { return readBig32(entry(i) + length_); }
   std::uint32_t child(std::uint32_t i) const { return readBig32(entry(i) + length_ + 4); }
+  // The entry whose child has the place; the last one when it is behind all.
+  std::uint32_t find(const KeyBound &bound) const noexcept;
 
   // As many as a page of such keys takes.
   static std::uint32_t capacity(const KeyLayout &layout) {
@@ -116,6 +149,8 @@ class LeafKeys {
   std::uint32_t count() const { return count_; }
   const unsigned char *key(std::uint32_t i) const { return keys_ + i * length_; }
   std::uint32_t record(std::uint32_t i) const { return records_[i]; }
+  // How many entries lie before the place.
+  std::uint32_t find(const KeyBound &bound) const noexcept;
 
  private:
   bool reserve(std::uint32_t count, std::size_t length) noexcept;
@@ -128,6 +163,17 @@ class LeafKeys {
   std::uint32_t count_ = 0;
 };
 
+// The first entry of a leaf that has a whole key, found without taking the leaf apart. What is read
+// on the way is checked.
+struct LeafSearch {
+  enum class Result { kFound, kNotFound, kDamaged };
+  Result find(const IndexPage &page, const KeyLayout &layout, const unsigned char *key) noexcept;
+
+  // What was found.
+  std::uint32_t at = 0;
+  std::uint32_t record = 0;
+};
+
 // Packs keys, given in order, into a leaf.
 class LeafWriter {
  public:
@@ -138,6 +184,8 @@ class LeafWriter {
   bool add(const unsigned char *key, std::uint32_t record) noexcept;
   void finish(std::uint16_t attributes, std::uint32_t left, std::uint32_t right) noexcept;
   std::uint32_t count() const { return count_; }
+  // Bytes that are left.
+  std::size_t free() const { return free_; }
   // After the first add: the key of the last one.
   const unsigned char *lastKey() const { return previous_; }
 

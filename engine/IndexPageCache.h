@@ -1,42 +1,51 @@
-// The interior pages of an index file that were read last. A seek passes few of them, again and
-// again; leaves are not kept.
+// Pages of an index file that were read last: blocks of the file, of several pages each.
 #pragma once
 
 #include <cstdint>
 
 #include "base/Memory.h"
+#include "engine/File.h"
 #include "engine/IndexPage.h"
 
 namespace zk::engine {
 
 class IndexPageCache {
  public:
-  // Null when the page is not here.
-  const IndexPage *find(std::uint32_t offset) const noexcept {
-    if (slots_ == nullptr) return nullptr;
-    const Slot &slot = slots_.get()[slotOf(offset)];
-    return slot.offset == offset && slot.generation == generation_ ? &slot.page : nullptr;
-  }
-  // Keeps a copy, for a file of `filePages` pages; when memory is refused, none.
-  void keep(std::uint32_t offset, const IndexPage &page, std::uint32_t filePages) noexcept;
-  void drop(std::uint32_t offset) noexcept;
+  explicit IndexPageCache(File &file) noexcept : file_(file) {}
+  IndexPageCache(const IndexPageCache &) = delete;
+  IndexPageCache &operator=(const IndexPageCache &) = delete;
+
+  // The page at an offset of the file, which has that length. It is valid until another page is
+  // asked for. Where memory is refused it is read into `room`.
+  int view(std::uint32_t offset, std::uint64_t fileLength, IndexPage &room,
+           const IndexPage *&page) noexcept;
+  // What the file has at that offset now.
+  void put(std::uint32_t offset, const IndexPage &page) noexcept;
   void forget() noexcept { ++generation_; }
 
  private:
-  struct Slot {
-    std::uint32_t offset;
-    std::uint64_t generation;  // of the cache when the page was kept
-    IndexPage page;
+  static constexpr std::uint32_t kBlockPages = 8;
+  static constexpr std::uint32_t kBlockSize = kBlockPages * kIndexPageSize;
+
+  // What a slot has.
+  struct Block {
+    std::uint64_t generation;  // of the cache when it was read; 0 never
+    std::uint32_t number;
+    std::uint32_t pages;  // that the file had of it
   };
 
-  std::size_t slotOf(std::uint32_t offset) const noexcept {
-    // Of two offsets in the same slot the later one stays.
-    const auto page = static_cast<std::uint32_t>(offset / kIndexPageSize);
-    return (page * 0x9E3779B1u) >> shift_;
+  bool holds(const Block &block, std::uint32_t number) const noexcept {
+    return block.number == number && block.generation == generation_;
   }
+  IndexPage *pagesOf(std::uint32_t number) const noexcept {
+    return pages_.get() + (number & (count_ - 1)) * kBlockPages;
+  }
+  void reserve(std::uint64_t fileLength) noexcept;
 
-  base::OwnedBlock<Slot> slots_;
-  unsigned shift_ = 32;
+  File &file_;
+  base::OwnedBlock<Block> blocks_;
+  base::OwnedBlock<IndexPage> pages_;  // kBlockPages for each of them
+  std::uint32_t count_ = 0;            // a power of two
   std::uint64_t generation_ = 1;
 };
 

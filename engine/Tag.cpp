@@ -15,12 +15,6 @@ constexpr int kHopefulTries = 3;
 
 }  // namespace
 
-bool Tag::Bound::isBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept {
-  int order = std::memcmp(other, key, length);
-  if (order == 0 && record != 0 && otherRecord != record) order = otherRecord < record ? -1 : 1;
-  return order < 0 || (order == 0 && behindEquals);
-}
-
 bool KeyPlace::isBefore(const KeyPlace &other) const noexcept {
   const int order = std::memcmp(bytes, other.bytes, std::min(length, other.length));
   if (order != 0) return order < 0;
@@ -104,12 +98,12 @@ int Tag::consistently(Step step) noexcept {
   RangeLock lock;
   bool locked = false;
   for (int tries = 0;;) {
-    int status = index_.refresh();
+    // At first without a look: when nothing has changed afterwards, nothing had before.
+    int status = tries > 0 || locked ? index_.refresh() : index_.checkUsable();
     if (status == kLocked && locked) return index_.fallBehind();
     if (status != kOk && status != kLocked) return status;
     if (status == kOk) {
       const std::uint64_t version = index_.version();
-      pagesRead_ = false;
       {
         // Pages that do not belong together look damaged.
         const Context::Quiet quiet(table_.context());
@@ -118,7 +112,7 @@ int Tag::consistently(Step step) noexcept {
         if (astray) status = recover();
         if (status == kOk) status = step();
       }
-      if (locked || !pagesRead_ || !index_.file().othersMayWrite()) return reported(status);
+      if (locked || !index_.file().othersMayWrite()) return reported(status);
       const int seen = index_.refresh();
       if (seen == kOk && index_.version() == version) return reported(status);
       if (seen != kOk && seen != kLocked) return seen;
@@ -136,6 +130,7 @@ int Tag::consistently(Step step) noexcept {
 // The leaf is read anew at the entry that the last call gave, or where it was.
 int Tag::recover() noexcept {
   leafPage_ = kNoPage;
+  leafPending_ = false;
   leaf_.clear();
   at_ = 0;
   if (atRecord_ == 0) return kOk;
@@ -149,6 +144,11 @@ int Tag::recover() noexcept {
 int Tag::report(int status, std::uint32_t &record) noexcept {
   record = 0;
   if (status == kLocked) return status;  // where it was
+  if (leafPending_) {
+    atRecord_ = record = pendingRecord_;
+    std::memcpy(atKey_, pendingKey_, layout_.length);
+    return status;
+  }
   atRecord_ = 0;
   if (status == kOk || status == kNextGreater || status == kBeginningOfFile) {
     if (!atEnd()) {
@@ -162,21 +162,26 @@ int Tag::report(int status, std::uint32_t &record) noexcept {
 // ---- Pages
 
 int Tag::readLeaf(std::uint32_t offset) noexcept {
-  IndexPage page;
-  pagesRead_ = true;
-  const int status = index_.readPage(offset, page);
-  if (status != kOk) return status;
+  IndexPage room;
+  const IndexPage *page = nullptr;
+  const int status = index_.viewPage(offset, room, page);
+  return status == kOk ? takeLeaf(offset, *page) : status;
+}
+
+int Tag::takeLeaf(std::uint32_t offset, const IndexPage &page) noexcept {
   switch (leaf_.read(page, layout_)) {
     case LeafKeys::Result::kDone:
       break;
     case LeafKeys::Result::kDamaged:
       leafPage_ = kNoPage;
+      leafPending_ = false;
       return index_.damaged();
     case LeafKeys::Result::kNoMemory:
       leafPage_ = kNoPage;
+      leafPending_ = false;
       return table_.context().fail(kErrMemory);
   }
-  displaced_ = false;
+  displaced_ = leafPending_ = false;
   leafPage_ = offset;
   leafLeft_ = page.left();
   leafRight_ = page.right();
@@ -187,17 +192,24 @@ int Tag::readLeaf(std::uint32_t offset) noexcept {
 // From the root to a leaf, by the child that `choose` picks of each interior page.
 template <typename Choose>
 int Tag::descend(Choose choose) noexcept {
-  pagesRead_ = true;
+  return descend(choose, [this](std::uint32_t offset, const IndexPage &leaf) {
+    return takeLeaf(offset, leaf);
+  });
+}
+
+template <typename Choose, typename Take>
+int Tag::descend(Choose choose, Take take) noexcept {
   const int rooted = refreshRoot();
   if (rooted != kOk) return rooted;
   std::uint32_t offset = header_.root;
+  IndexPage room;
   for (int depth = 0; depth < kDepthLimit; ++depth) {
-    IndexPage page;
-    const int status = index_.readPage(offset, page);
+    const IndexPage *page = nullptr;
+    const int status = index_.viewPage(offset, room, page);
     if (status != kOk) return status;
-    if (page.isLeaf()) return readLeaf(offset);
+    if (page->isLeaf()) return take(offset, *page);
     InteriorEntries entries;
-    if (!entries.open(page, layout_)) return index_.damaged();
+    if (!entries.open(*page, layout_)) return index_.damaged();
     offset = entries.child(choose(entries));
   }
   return index_.damaged();
@@ -251,39 +263,42 @@ int Tag::toHighest() noexcept {
 
 // To the first entry that is not before the bound; kEndOfFile, positioned behind the last entry,
 // when there is none.
-int Tag::toBound(const Bound &bound) noexcept {
-  const int status = descend([&bound](const InteriorEntries &entries) {
-    std::uint32_t low = 0;
-    std::uint32_t high = entries.count() - 1;
-    while (low < high) {
-      const std::uint32_t middle = (low + high) / 2;
-      if (bound.isBehind(entries.key(middle), entries.record(middle))) {
-        low = middle + 1;
-      } else {
-        high = middle;
-      }
-    }
-    return low;
-  });
+int Tag::toBound(const KeyBound &bound) noexcept {
+  const int status =
+      descend([&bound](const InteriorEntries &entries) { return entries.find(bound); });
   if (status != kOk) return status;
-  std::uint32_t low = 0;
-  std::uint32_t high = leaf_.count();
-  while (low < high) {
-    const std::uint32_t middle = (low + high) / 2;
-    if (bound.isBehind(leaf_.key(middle), leaf_.record(middle))) {
-      low = middle + 1;
-    } else {
-      high = middle;
-    }
-  }
-  at_ = low;
+  at_ = leaf_.find(bound);
   if (!atEnd()) return kOk;
   if (leafRight_ == kNoPage) return kEndOfFile;
   return moveToSibling(leafRight_, true);
 }
 
+// A seek for a whole key ends at its entry, mostly, and the leaf is not needed after that.
+int Tag::seekWhole(const SeekKey &key) noexcept {
+  const KeyBound bound(key.bytes, key.length, 0, false);
+  return descend([&bound](const InteriorEntries &entries) { return entries.find(bound); },
+                 [this, &key](std::uint32_t offset, const IndexPage &leaf) {
+                   LeafSearch search;
+                   if (search.find(leaf, layout_, key.bytes) != LeafSearch::Result::kFound) {
+                     return kNextGreater;
+                   }
+                   leafPage_ = offset;
+                   version_ = index_.version();
+                   at_ = search.at;
+                   pendingRecord_ = search.record;
+                   std::memcpy(pendingKey_, key.bytes, key.length);
+                   leafPending_ = true;
+                   displaced_ = false;
+                   return static_cast<int>(kOk);
+                 });
+}
+
 int Tag::up() noexcept {
   if (leafPage_ == kNoPage) return toLowest();
+  if (leafPending_) {
+    const int status = readLeaf(leafPage_);
+    if (status != kOk) return status;
+  }
   const bool alreadyBehind = displaced_;
   displaced_ = false;
   if (!atEnd() && !alreadyBehind) ++at_;
@@ -293,6 +308,10 @@ int Tag::up() noexcept {
 
 int Tag::down() noexcept {
   if (leafPage_ == kNoPage) return toHighest();
+  if (leafPending_) {
+    const int status = readLeaf(leafPage_);
+    if (status != kOk) return status;
+  }
   displaced_ = false;
   if (at_ > 0) {
     --at_;
@@ -328,6 +347,10 @@ int Tag::previous(std::uint32_t &record) noexcept {
 }
 
 int Tag::seekUp(const SeekKey &key) noexcept {
+  if (key.sought == SoughtKey::kEqual && key.length == layout_.length) {
+    const int found = seekWhole(key);
+    if (found != kNextGreater) return found;
+  }
   const int status = toBound({key.bytes, key.length, 0, key.sought == SoughtKey::kBehind});
   return status == kOk ? compareHere(key) : status;
 }
@@ -382,7 +405,7 @@ int Tag::seekCurrentRecord(std::uint32_t &record) noexcept {
 // something else than kOk.
 template <typename Visit>
 int Tag::visit(const KeyRange &range, Visit entry) noexcept {
-  const Bound end = {range.to.bytes, range.to.length, 0, range.to.behindEquals};
+  const KeyBound end = {range.to.bytes, range.to.length, 0, range.to.behindEquals};
   int status = toBound({range.from.bytes, range.from.length, 0, range.from.behindEquals});
   while (status == kOk) {
     for (; !atEnd() && status == kOk; ++at_) {
@@ -440,6 +463,7 @@ int Tag::countKeys(std::uint32_t &count) noexcept {
 
 void Tag::losePosition() noexcept {
   leafPage_ = kNoPage;
+  leafPending_ = false;
   leaf_.clear();
   at_ = 0;
   displaced_ = false;

@@ -123,18 +123,6 @@ class Tag {
   SeekKey keyOf(double number) const noexcept;
 
  private:
-  // A place between entries: behind all that sort before the key, or (`behindEquals`) behind those
-  // that begin with it as well.
-  struct Bound {
-    const unsigned char *key;
-    std::size_t length;
-    std::uint32_t record;  // counts as part of a whole key when it is not 0
-    bool behindEquals;
-
-    // Whether an entry lies before the place.
-    bool isBehind(const unsigned char *other, std::uint32_t otherRecord) const noexcept;
-  };
-
   // Runs `step` on pages that belong together: again when a writer changed the index meanwhile.
   template <typename Step>
   int consistently(Step step) noexcept;
@@ -145,7 +133,7 @@ class Tag {
   int compareHere(const SeekKey &key) const noexcept;
   int toLowest() noexcept;
   int toHighest() noexcept;
-  int toBound(const Bound &bound) noexcept;
+  int toBound(const KeyBound &bound) noexcept;
   int up() noexcept;
   int down() noexcept;
   int seekUp(const SeekKey &key) noexcept;
@@ -156,7 +144,12 @@ class Tag {
 
   template <typename Choose>
   int descend(Choose choose) noexcept;
-  int readLeaf(std::uint32_t page) noexcept;
+  // Gives the leaf to `take`.
+  template <typename Choose, typename Take>
+  int descend(Choose choose, Take take) noexcept;
+  int seekWhole(const SeekKey &key) noexcept;
+  int readLeaf(std::uint32_t offset) noexcept;
+  int takeLeaf(std::uint32_t offset, const IndexPage &page) noexcept;
   int moveToSibling(std::uint32_t page, bool right) noexcept;
   int report(int status, std::uint32_t &record) noexcept;
   bool atEnd() const noexcept { return at_ >= leaf_.count(); }
@@ -179,8 +172,10 @@ class Tag {
   std::uint32_t leafRight_ = kNoPage;
   std::uint32_t at_ = 0;
   std::uint64_t version_ = 0;  // of the index when the leaf was read
-  bool pagesRead_ = false;     // by the step that is being done
-  bool displaced_ = false;     // on what followed the entry, which is gone
+  bool leafPending_ = false;   // the entry was found in a leaf that is not taken apart
+  std::uint32_t pendingRecord_ = 0;
+  unsigned char pendingKey_[kLongestKey];
+  bool displaced_ = false;  // on what followed the entry, which is gone
   // The entry that the last call gave, to find the place again after a change; 0 none.
   std::uint32_t atRecord_ = 0;
   unsigned char atKey_[kLongestKey];

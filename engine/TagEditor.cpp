@@ -213,12 +213,18 @@ int TagEditor::replaceLeaf(const EditedLeaf &keys) noexcept {
   return putParts(keys);
 }
 
-// The first part stays where the leaf was; the others follow it.
+// The first part stays where the leaf was, or the last one at the end of the tag: what goes on
+// growing there stays beside the pages above it, and is written with them.
 int TagEditor::putParts(const EditedLeaf &keys) noexcept {
-  std::uint32_t places[kMostParts] = {leafPage_};
+  std::uint32_t places[kMostParts];
+  const std::uint32_t staying = leafRight_ == kNoPage ? partCount_ - 1 : 0;
   int status = kOk;
-  for (std::uint32_t i = 1; i < partCount_ && status == kOk; ++i) {
-    status = change_.allocatePage(places[i]);
+  for (std::uint32_t i = 0; i < partCount_ && status == kOk; ++i) {
+    if (i == staying) {
+      places[i] = leafPage_;
+    } else {
+      status = change_.allocatePage(places[i]);
+    }
   }
   const bool isRoot = depth_ == 0;
   Children children;
@@ -232,7 +238,10 @@ int TagEditor::putParts(const EditedLeaf &keys) noexcept {
     last += sizes_[i];
     if (last > 0) addChild(children, keys.key(last - 1), keys.record(last - 1), places[i]);
   }
-  if (status == kOk && partCount_ > 1 && leafRight_ != kNoPage) {
+  if (status == kOk && staying > 0 && leafLeft_ != kNoPage) {
+    status = setSibling(leafLeft_, true, places[0]);
+  }
+  if (status == kOk && staying == 0 && partCount_ > 1 && leafRight_ != kNoPage) {
     status = setSibling(leafRight_, false, places[partCount_ - 1]);
   }
   if (status != kOk) return status;
@@ -313,9 +322,14 @@ int TagEditor::splitInterior(int level, const Children &all, bool atEnd) noexcep
   const std::uint32_t right = page.right();
   const std::uint32_t capacity = InteriorEntries::capacity(layout_);
   const std::uint32_t parts = (all.count + capacity - 1) / capacity;
-  std::uint32_t places[kMostParts] = {step.page};
-  for (std::uint32_t i = 1; i < parts && status == kOk; ++i) {
-    status = change_.allocatePage(places[i]);
+  std::uint32_t places[kMostParts];
+  const std::uint32_t staying = right == kNoPage ? parts - 1 : 0;
+  for (std::uint32_t i = 0; i < parts && status == kOk; ++i) {
+    if (i == staying) {
+      places[i] = step.page;
+    } else {
+      status = change_.allocatePage(places[i]);
+    }
   }
   Children children;
   std::uint32_t from = 0;
@@ -330,7 +344,10 @@ int TagEditor::splitInterior(int level, const Children &all, bool atEnd) noexcep
     const unsigned char *last = all.bytes + (from - 1) * entrySize();
     addChild(children, last, readBig32(last + layout_.length), places[i]);
   }
-  if (status == kOk && right != kNoPage) status = setSibling(right, false, places[parts - 1]);
+  if (status == kOk && staying > 0 && left != kNoPage) status = setSibling(left, true, places[0]);
+  if (status == kOk && staying == 0 && right != kNoPage) {
+    status = setSibling(right, false, places[parts - 1]);
+  }
   if (status != kOk) return status;
   return level > 0 ? replaceChild(level - 1, children) : growRoot(children);
 }

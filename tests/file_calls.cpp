@@ -13,6 +13,8 @@ int target = 0;  // 0: calls are not counted
 Disturbance disturbance = Disturbance::kNone;
 int calls = 0;
 int exitCode = 1;
+int readsLeft = 0;
+std::function<void()> actBeforeRead;
 
 // What is to be done with a call.
 enum class Fate { kWhole, kHalf, kFails };
@@ -79,6 +81,11 @@ void disturb(int n, Disturbance kind) {
 
 void setExitCode(int code) { exitCode = code; }
 
+void beforeRead(int n, const std::function<void()> &act) {
+  readsLeft = n;
+  actBeforeRead = act;
+}
+
 bool calm() {
   const bool reached = target != 0 && calls >= target;
   target = 0;
@@ -100,6 +107,13 @@ SEEN_BY_THE_LIBRARY ssize_t pwrite(int file, const void *bytes, size_t size, off
   const ssize_t written = write(file, bytes, fate == Fate::kHalf ? (size + 1) / 2 : size, offset);
   leave();
   return written;
+}
+
+SEEN_BY_THE_LIBRARY ssize_t pread(int file, void *bytes, size_t size, off_t offset) {
+  using namespace file_calls;
+  static const auto read = next<ssize_t(int, void *, size_t, off_t)>("pread");
+  if (readsLeft > 0 && --readsLeft == 0) actBeforeRead();
+  return read(file, bytes, size, offset);
 }
 
 // Nobody waits for the disk here: the system keeps what a program wrote, however it ends.

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <thread>
 
+#include "tests/file_calls.h"
 #include "tests/indexed_table.h"
 #include "tests/processes.h"
 
@@ -214,30 +215,31 @@ TEST_F(IndexSharing, AfterAPack) {
 }
 
 TEST_F(IndexSharing, APositionOutlivesAnIndexThatIsBusy) {
-  makeTable({"a", "b", "c"});
-  Process other("index peer", files_);
-  ASSERT_EQ(other.line().value_or("(none)"), "3");
-  const int32_t table = openAll(files_);
-  const int32_t tag = zk_Tag_find(table, "CODE");
-  ASSERT_EQ(seekIn(table, "CODE", "b"), 0);
-  const std::string before = bytesOf("T.CDX");
-  {
-    // As it looks while somebody writes.
-    Process writer("index holder", {path("T.CDX")});
-    ASSERT_EQ(writer.line().value_or("(none)"), "held");
-    support::patchFile(path("T.CDX"), 8, support::big(support::bigAt(before, 8, 4) + 1, 4));
-    support::patchFile(path("T.CDX"), 68, support::big(1, 4));
-    zk_Db_setLockAttempts(1);
-    EXPECT_EQ(zk_Db_nextRec(table, tag), kLocked);
-    EXPECT_EQ(zk_Db_prevRec(table, tag), kLocked);
-    EXPECT_EQ(seekIn(table, "CODE", "c"), kLocked);
-    EXPECT_EQ(zk_Db_getRecordNo(table), 2);
-    support::patchFile(path("T.CDX"), 4, before.substr(4, 80));
+  for (const bool seek : {false, true}) {
+    makeTable({"a", "b", "c"});
+    Process other("index peer", files_);
+    ASSERT_EQ(other.line().value_or("(none)"), "3");
+    const int32_t table = openAll(files_);
+    const int32_t tag = zk_Tag_find(table, "CODE");
+    ASSERT_EQ(seekIn(table, "CODE", "b"), 0);
+    const std::string before = bytesOf("T.CDX");
+    {
+      // As it looks while somebody writes.
+      Process writer("index holder", {path("T.CDX")});
+      ASSERT_EQ(writer.line().value_or("(none)"), "held");
+      support::patchFile(path("T.CDX"), 8, support::big(support::bigAt(before, 8, 4) + 1, 4));
+      support::patchFile(path("T.CDX"), 68, support::big(1, 4));
+      zk_Db_setLockAttempts(1);
+      EXPECT_EQ(seek ? seekIn(table, "CODE", "c") : zk_Db_nextRec(table, tag), kLocked);
+      EXPECT_EQ(zk_Db_getRecordNo(table), 2);
+      support::patchFile(path("T.CDX"), 4, before.substr(4, 80));
+    }
+    EXPECT_EQ(other.ask("change z 2"), "0") << "what the record says now is another place";
+    EXPECT_EQ(zk_Db_nextRec(table, tag), 0);
+    EXPECT_EQ(support::trimmed(table, "CODE"), "c");
+    zk_Db_setLockAttempts(-1);
+    EXPECT_EQ(zk_Db_closeDb(table), 0);
   }
-  EXPECT_EQ(other.ask("change z 2"), "0") << "what the record says now is another place";
-  EXPECT_EQ(zk_Db_nextRec(table, tag), 0);
-  EXPECT_EQ(support::trimmed(table, "CODE"), "c");
-  zk_Db_setLockAttempts(-1);
 }
 
 int indexHolder(const Arguments &files) {
@@ -247,6 +249,97 @@ int indexHolder(const Arguments &files) {
   return 0;
 }
 const processes::Role indexHolderRole("index holder", indexHolder);
+
+// ---- Somebody writes between two reads
+
+// The records that the mover has; it moves the keys of some of them behind all others, and back.
+Records moverRecords(bool moved) {
+  Records records;
+  for (int i = 0; i < 14; ++i) {
+    records.push_back({"c" + std::to_string(i), i, indexed::longText(i), "", false});
+    if (moved && i % 3 != 0) records.back().text = "~" + std::to_string(i % 5);
+  }
+  return records;
+}
+
+int indexMover(const Arguments &files) {
+  const int32_t table = openAll(files);
+  processes::say("ready");
+  for (std::string line = processes::hear(); !line.empty(); line = processes::hear()) {
+    const Records records = moverRecords(line == "move");
+    int status = 0;
+    for (std::size_t i = 0; i < records.size() && status == 0; ++i) {
+      status = indexed::change(table, static_cast<int32_t>(i + 1), records[i]);
+    }
+    processes::say(std::to_string(status));
+  }
+  return zk_Db_closeAll();
+}
+const processes::Role indexMoverRole("index mover", indexMover);
+
+// What lies next to a record's old place in that direction: a status, and the record where one is.
+std::string neighbour(const Records &records, std::size_t from, bool forward) {
+  const indexed::TagCase &tag = indexed::tagCase("TEXT");
+  const auto place = [&](int32_t number, const Record &record) {
+    return std::make_pair(tag.key(record), number);
+  };
+  const auto start = place(static_cast<int32_t>(from + 1), moverRecords(false)[from]);
+  const std::vector<int32_t> order = indexed::orderOf(tag, records);
+  std::string last;
+  for (std::size_t i = 0; i < order.size(); ++i) {
+    const int32_t number = order[forward ? i : order.size() - 1 - i];
+    const auto there = place(number, records[static_cast<std::size_t>(number - 1)]);
+    if (forward ? there > start : there < start) return "0 " + std::to_string(number);
+  }
+  return forward ? "3 " + std::to_string(order.size() + 1) : "4 " + std::to_string(order[0]);
+}
+
+TEST_F(IndexSharing, WhateverIsWrittenBetweenTwoReads) {
+  const Records old = moverRecords(false);
+  const Records moved = moverRecords(true);
+  makeTable({});
+  int32_t table = support::openTable(file_, 2);
+  for (const Record &record : old) ASSERT_EQ(indexed::append(table, record), 0);
+  ASSERT_EQ(indexed::createTags(table, "", {"TEXT"}), 0);
+  ASSERT_EQ(zk_Db_closeDb(table), 0);
+  Process mover("index mover", files_);
+  ASSERT_EQ(mover.line().value_or("(none)"), "ready");
+  table = openAll(files_);
+  const int32_t tag = zk_Tag_find(table, "TEXT");
+  int disturbances = 0;
+  const auto status = [&](int code) {
+    return std::to_string(code) + " " + std::to_string(zk_Db_getRecordNo(table));
+  };
+  for (std::size_t from = 0; from < old.size(); ++from) {
+    for (const bool forward : {true, false}) {
+      bool disturbed = true;
+      for (int n = 1; disturbed; ++n) {
+        SCOPED_TRACE(testing::Message() << (forward ? "next" : "prev") << " from record "
+                                        << from + 1 << ", before read " << n);
+        ASSERT_LT(n, 200);
+        ASSERT_EQ(zk_Db_seekStr(old[from].text.c_str(), table, tag), 0);
+        disturbed = false;
+        file_calls::beforeRead(n, [&] {
+          disturbed = true;
+          EXPECT_EQ(mover.ask("move"), "0");
+        });
+        const std::string found = status((forward ? zk_Db_nextRec : zk_Db_prevRec)(table, tag));
+        file_calls::beforeRead(0, {});
+        const std::string before = neighbour(old, from, forward);
+        const std::string after = neighbour(moved, from, forward);
+        ASSERT_TRUE(found == before || found == after)
+            << found << ", not " << before << ", " << after;
+        if (!disturbed) continue;
+        ++disturbances;
+        ASSERT_EQ(mover.ask("back"), "0");
+      }
+    }
+  }
+  EXPECT_GT(disturbances, 2 * std::ssize(old));
+  EXPECT_EQ(zk_Db_closeDb(table), 0);
+  EXPECT_EQ(mover.wait(), 0);
+  EXPECT_EQ(found(), "");
+}
 
 // ---- A program that does not know of an index file
 

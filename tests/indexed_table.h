@@ -25,7 +25,18 @@ struct Record {
 };
 using Records = std::vector<Record>;
 
-// A page takes two or three keys of TEXT, so that few records make a deep tree.
+// Texts without much in common.
+inline std::string longText(int seed) {
+  std::string text;
+  unsigned state = static_cast<unsigned>(seed) * 2654435761u + 12345u;
+  while (text.size() < 170) {
+    state = state * 1664525u + 1013904223u;
+    text += static_cast<char>('A' + (state >> 24) % 26);
+  }
+  return text;
+}
+
+// A page takes two or three such keys of TEXT, so that few records make a deep tree.
 constexpr char kFields[] = "CODE C 12, QTY N 8 0, TEXT C 200, NOTE M";
 
 inline std::string padded(std::string text, std::size_t width) {
