@@ -62,6 +62,7 @@ void prepareToSeek(const IndexInputs &inputs) {
 Work seekingInIndex(const Inputs &inputs, Locking locking, Reading reading) {
   return [inputs, locking, reading](Stopwatch &watch) {
     prepareToSeek(*inputs);
+    readThrough(inputs->keysDatabase);
     Database database(inputs->keysDatabase, kSmallPages, locking);
     const std::string column = reading == Reading::kPosition ? "rowid" : "QUANTITY";
     const auto statement = database.prepare("SELECT " + column + " FROM piping WHERE CODE = ?");
@@ -84,6 +85,7 @@ Work seekingInIndex(const Inputs &inputs, Locking locking, Reading reading) {
 Work walkingIndex(const Inputs &inputs) {
   return [inputs](Stopwatch &watch) {
     growHeap(kCacheHeap);
+    readThrough(inputs->codeDatabase);
     Database database(inputs->codeDatabase);
     const auto statement = database.prepare("SELECT rowid FROM piping ORDER BY CODE");
     double rows = 0;
@@ -102,11 +104,11 @@ void prepareToAppend(const IndexInputs &inputs) {
   growHeap(kCacheHeap);
 }
 
-Work insertingWithIndexes(const Inputs &inputs) {
-  return [inputs](Stopwatch &watch) {
+Work insertingWithIndexes(const Inputs &inputs, Journal journal) {
+  return [inputs, journal](Stopwatch &watch) {
     const std::string copy = copyOf(inputs->keysDatabase, "appended.sqlite");
     prepareToAppend(*inputs);
-    Database database(copy, kSmallPages, Locking::kEachTime);
+    Database database(copy, kSmallPages, Locking::kEachTime, journal);
     auto insertion = database.prepare(insertStatement(Keys::kYes));
     watch.start();
     for (const Record &record : inputs->additional) {
@@ -243,9 +245,16 @@ void addIndexes(const Setup &setup, Report &report) {
 
   const double additional = count(inputs->additional);
   addBenchmark("append_tags/zk_shared", appendingWithTags(inputs), additional);
-  addBenchmark("append_tags/sqlite_shared", insertingWithIndexes(inputs), additional);
-  report.add({"append " + withCommas(inputs->additional.size()) + " records with two tags, shared",
-              "append_tags/zk_shared", "append_tags/sqlite_shared", "SQLite, shared", 0.6});
+  const std::string appending =
+      "append " + withCommas(inputs->additional.size()) + " records with two tags, shared";
+  addBenchmark("append_tags/sqlite_shared", insertingWithIndexes(inputs, Journal::kRollback),
+               additional);
+  report.add(
+      {appending, "append_tags/zk_shared", "append_tags/sqlite_shared", "SQLite, shared", 0.6});
+  addBenchmark("append_tags/sqlite_unsafe", insertingWithIndexes(inputs, Journal::kNone),
+               additional);
+  report.add({appending, "append_tags/zk_shared", "append_tags/sqlite_unsafe",
+              "SQLite, shared, no journal", 0});
 }
 
 }  // namespace zk::bench

@@ -106,6 +106,8 @@ int32_t openTable(const IndexInputs &inputs, int mode, const std::string *index)
 }
 
 int32_t openTable(const std::string &table, int mode, const std::string *index) {
+  readThrough(table);
+  if (index != nullptr) readThrough(*index);
   const int32_t id = zk_Db_openDbEx(table.c_str(), mode);
   require(id >= 0, "cannot open the table");
   require(index == nullptr || zk_Db_openNdx(id, index->c_str()) >= 0, "cannot open the index");

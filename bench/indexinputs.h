@@ -49,7 +49,8 @@ struct IndexInputs {
 std::shared_ptr<const IndexInputs> makeIndexInputs(const Setup &setup, const char *directory,
                                                    std::size_t count, bool withDatabases);
 
-// Opens the table in that mode, with an index file or (null) without.
+// Opens the table in that mode, with an index file or (null) without. Both are in the page cache
+// then.
 int32_t openTable(const IndexInputs &inputs, int mode, const std::string *index);
 int32_t openTable(const std::string &table, int mode, const std::string *index);
 // The number of a tag for the positioning operations.

@@ -84,6 +84,15 @@ void growPageCache(const std::string &path, std::size_t bytes) {
   require(written, "cannot write");
 }
 
+void readThrough(const std::string &path) {
+  std::vector<char> piece(1024 * 1024);
+  const int file = open(path.c_str(), O_RDONLY);
+  ssize_t got = file >= 0 ? 1 : -1;
+  while (got > 0) got = read(file, piece.data(), piece.size());
+  close(file);
+  require(got == 0, "cannot read the input");
+}
+
 Stopwatch measureInChild(const Work &work, double expected) {
   int ends[2];
   require(pipe(ends) == 0, "no pipe");

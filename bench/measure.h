@@ -39,6 +39,10 @@ void growHeap(std::size_t bytes);
 // The same for the pages of files: writes a file of that size in large pieces and removes it.
 void growPageCache(const std::string &path, std::size_t bytes);
 
+// Has the pages of a file that is there in the page cache: the system may have given up those that
+// nobody has read for a while.
+void readThrough(const std::string &path);
+
 // Reads something of each page. A child process pays for the first access to every page that it has
 // from its parent, which is no part of any work.
 void touch(const void *data, std::size_t bytes);

@@ -44,6 +44,7 @@ DbFldList *fieldsOfRow(sqlite3_stmt *statement, const std::vector<FieldLayout> &
 // The rows in the structure that the library's cursors have.
 Work queryingDatabase(const std::string &path, const char *index) {
   return [path, index](Stopwatch &watch) {
+    readThrough(path);
     Database database(path);
     const auto statement =
         database.prepare(std::string("SELECT * FROM piping ") + index + " WHERE " + kRows);

@@ -4,14 +4,14 @@
 
 namespace zk::bench {
 
-Database::Database(const std::string &path, int pageSize, Locking locking) {
+Database::Database(const std::string &path, int pageSize, Locking locking, Journal journal) {
   sqlite3 *handle = nullptr;
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   const int status = sqlite3_open_v2(path.c_str(), &handle, flags, nullptr);
   handle_.reset(handle);
   require(status == SQLITE_OK, "SQLite cannot open its file");
   execute("PRAGMA page_size=" + std::to_string(pageSize));
-  execute("PRAGMA journal_mode=OFF");
+  if (journal == Journal::kNone) execute("PRAGMA journal_mode=OFF");
   execute("PRAGMA synchronous=OFF");
   execute(locking == Locking::kOnce ? "PRAGMA locking_mode=EXCLUSIVE"
                                     : "PRAGMA locking_mode=NORMAL");

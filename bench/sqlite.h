@@ -1,6 +1,8 @@
-// SQLite set up for speed: no journal, no waiting for the disk, no mutexes, the file mapped for
-// reading. What is left to choose is the page size, of which large ones measured best for walks and
-// small ones for access to single rows, and whether other programs may use the file meanwhile.
+// SQLite set up for speed: no waiting for the disk, no mutexes, the file mapped for reading. What
+// is left to choose is the page size, of which large ones measured best for walks and small ones
+// for access to single rows, whether other programs may use the file meanwhile, and whether a
+// program that dies in the middle of a transaction leaves a file that is whole (the rollback
+// journal, as it is by default).
 #pragma once
 
 #include <sqlite3.h>
@@ -14,12 +16,13 @@ inline constexpr int kLargePages = 32768;
 inline constexpr int kSmallPages = 4096;
 
 enum class Locking { kOnce, kEachTime };
+enum class Journal { kNone, kRollback };
 
 class Database {
  public:
   // The page size counts when the file is new.
   explicit Database(const std::string &path, int pageSize = kLargePages,
-                    Locking locking = Locking::kOnce);
+                    Locking locking = Locking::kOnce, Journal journal = Journal::kNone);
 
   void execute(const std::string &sql);
 

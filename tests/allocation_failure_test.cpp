@@ -759,7 +759,7 @@ TEST_F(IndexesWithoutMemory, Opening) {
         return -1;
       };
       const int32_t table = attempt.during(open);
-      EXPECT_EQ(table == -1, attempt.refused());
+      EXPECT_TRUE(table >= 0 || attempt.refused());  // pages are kept where there is memory
       if (table >= 0) expectRight(table, records_);
       EXPECT_EQ(zk_Db_closeAll(), 0);
       expectRightWhenClosed(records_);
@@ -803,7 +803,6 @@ TEST_F(IndexesWithoutMemory, StayAsTheyWere) {
         Records changed = records_;
         c.apply(changed);
         const int status = attempt.during([&] { return c.change(table); });
-        // (Pages are kept in memory where there is some.)
         EXPECT_TRUE(status == 0 || (attempt.refused() && status == kMemory)) << status;
         if (status != 0) {
           EXPECT_EQ(c.change(table), 0) << "works when tried again" << zk_DbError_text();

@@ -665,7 +665,7 @@ class FlippedIndexes : public Flips {
 };
 
 TEST_F(FlippedIndexes, HarmNobody) {
-  constexpr int kRounds = 1200;
+  constexpr int kRounds = 800;
   int repaired = 0;
   int appended = 0;
   for (int round = 0; round < kRounds; ++round) {
