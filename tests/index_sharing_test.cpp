@@ -216,7 +216,7 @@ TEST_F(IndexSharing, AfterAPack) {
 
 TEST_F(IndexSharing, APositionOutlivesAnIndexThatIsBusy) {
   for (const bool seek : {false, true}) {
-    makeTable({"a", "b", "c"});
+    makeTable({"a", "b", "c", "d"});
     Process other("index peer", files_);
     ASSERT_EQ(other.line().value_or("(none)"), "3");
     const int32_t table = openAll(files_);
@@ -230,7 +230,7 @@ TEST_F(IndexSharing, APositionOutlivesAnIndexThatIsBusy) {
       support::patchFile(path("T.CDX"), 8, support::big(support::bigAt(before, 8, 4) + 1, 4));
       support::patchFile(path("T.CDX"), 68, support::big(1, 4));
       zk_Db_setLockAttempts(1);
-      EXPECT_EQ(seek ? seekIn(table, "CODE", "c") : zk_Db_nextRec(table, tag), kLocked);
+      EXPECT_EQ(seek ? seekIn(table, "CODE", "d") : zk_Db_nextRec(table, tag), kLocked);
       EXPECT_EQ(zk_Db_getRecordNo(table), 2);
       support::patchFile(path("T.CDX"), 4, before.substr(4, 80));
     }
