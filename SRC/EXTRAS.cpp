@@ -1,5 +1,7 @@
 #include "zk/extras.h"
 
+#include <cstring>
+
 #include "SRC/Engine.h"
 #include "base/Guard.h"
 #include "engine/Check.h"
@@ -183,8 +185,8 @@ int zk_Tag_create(int32_t tableId, const char *fileName, const ZkTagInfo *tags, 
   const int status = base::guarded(engine::kErrMemory, [&] {
     engine::TagDefinitions definitions;
     for (const ZkTagInfo *tag = tags; tag != tags + count; ++tag) {
-      definitions.add({tag->name, tag->expression, tag->filter, tag->unique != 0,
-                       tag->descending != 0});
+      definitions.add(
+          {tag->name, tag->expression, tag->filter, tag->unique != 0, tag->descending != 0});
     }
     engine::IndexFile *index = nullptr;
     return table->createIndex(fileName, definitions.data(), definitions.size(),
@@ -230,4 +232,16 @@ void zk_Host_setMessagePresenter(ZkMessagePresenterFn presenter, void *user) {
 
 int zk_Host_setDriveDirectory(char letter, const char *directory) {
   return platform::setDriveDirectory(letter, directory);
+}
+
+int zk_Host_nativePath(const char *name, char *out, int32_t size) {
+  if (out == nullptr || size < 0) return 0;
+  out[0] = '\0';
+  if (name == nullptr || name[0] == '\0') return 0;
+  return zk::base::guarded(0, [&] {
+    const auto path = zk::platform::nativePath(name);
+    if (path.size() > static_cast<std::size_t>(size)) return 0;
+    std::memcpy(out, path.c_str(), path.size() + 1);
+    return 1;
+  });
 }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "SRC/AppComponent.h"
@@ -487,7 +488,11 @@ int readLine(std::FILE *stream, char *buffer, int32_t size) {
 
 using namespace zk;
 
-int zk_File_exists(const char *path) { return withNativePath(path, isFile); }
+int zk_File_exists(const char *path) {
+  if (isEmpty(path)) return 0;
+  const std::optional<bool> answer = zk::componentFileExists(path);
+  return answer ? *answer : withNativePath(path, isFile);
+}
 
 int zk_File_revalidate(const char *path) { return !isEmpty(path) && revalidatePath(path) ? 1 : 0; }
 

@@ -14,6 +14,7 @@
 
 #include "tests/support.h"
 #include "zk_baselib.h"
+#include "zk_component.h"
 
 namespace {
 

@@ -207,5 +207,11 @@ ZK_API void ZK_CALL zk_Host_setMessagePresenter(ZkMessagePresenterFn presenter, 
  * directory of 256 characters or more, and on Windows, where drives are the system's. */
 ZK_API int ZK_CALL zk_Host_setDriveDirectory(char letter, const char *directory);
 
+/* The system's own path of a name as hosts write it, into `out` (at most `size` characters). Linux:
+ * "/" between the components, the drive's directory in place of its letter, and what exists in its
+ * own letter case. Windows: the name. 1; 0 with "" for a null or empty name, for a path that does
+ * not fit or when memory is refused; 0 with nothing written for a null `out` or a negative size. */
+ZK_API int ZK_CALL zk_Host_nativePath(const char *name, char *out, int32_t size);
+
 ZK_EXTERN_C_END
 #endif

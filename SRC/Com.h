@@ -1,0 +1,86 @@
+// Owners of COM references and texts, and where COM errors go.
+#pragma once
+
+#include <cstring>
+#include <utility>
+
+#include "platform/Com.h"
+#include "zk_component.h"
+
+namespace zk {
+
+// Tells the host's handler of a failed call; gives `result` back. S_OK and S_FALSE are no errors.
+HRESULT reportComError(HRESULT result) noexcept;
+
+// One reference to an object.
+template <typename Interface>
+class ComPtr {
+ public:
+  ComPtr() = default;
+  // Takes a reference over.
+  explicit ComPtr(Interface *object) : object_(object) {}
+  ComPtr(ComPtr &&other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  ComPtr &operator=(ComPtr &&other) noexcept {
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  ~ComPtr() { reset(); }
+
+  void reset() {
+    if (object_ != nullptr) std::exchange(object_, nullptr)->Release();
+  }
+  // For a call that writes a reference; what was held is released.
+  Interface **out() {
+    reset();
+    return &object_;
+  }
+  Interface *get() const { return object_; }
+  Interface *operator->() const { return object_; }
+  explicit operator bool() const { return object_ != nullptr; }
+
+  // The object by another interface; empty when it has none, and then only an error other than
+  // E_NOINTERFACE is reported.
+  template <typename Other>
+  ComPtr<Other> query(const GUID &identity) const {
+    ComPtr<Other> other;
+    if (object_ == nullptr) return other;
+    const HRESULT result =
+        object_->QueryInterface(identity, reinterpret_cast<void **>(other.out()));
+    if (FAILED(result) && result != E_NOINTERFACE) reportComError(result);
+    return other;
+  }
+
+ private:
+  Interface *object_ = nullptr;
+};
+
+// A BSTR that is released with its owner.
+class Bstr {
+ public:
+  Bstr() = default;
+  // A null text, like refused memory, gives none: see ok().
+  explicit Bstr(const char *text)
+      : text_(text != nullptr ? platform::toBstr(text, std::strlen(text)) : nullptr) {}
+  Bstr(const Bstr &) = delete;
+  Bstr &operator=(const Bstr &) = delete;
+  ~Bstr() { SysFreeString(text_); }
+
+  bool ok() const { return text_ != nullptr; }
+  bool empty() const { return SysStringLen(text_) == 0; }
+  BSTR get() const { return text_; }
+  BSTR *out() {
+    SysFreeString(std::exchange(text_, nullptr));
+    return &text_;
+  }
+  // In the current code page, up to a first zero character. Throws std::bad_alloc.
+  base::String text() const {
+    base::String all = platform::fromBstr(text_);
+    all.resize(std::strlen(all.c_str()));
+    return all;
+  }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+}  // namespace zk
