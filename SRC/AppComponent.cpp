@@ -30,12 +30,9 @@ IUnknown *componentObject() {
 
 template <typename Interface>
 ComPtr<Interface> componentInterface(const GUID &identity) {
-  ComPtr<Interface> result;
   IUnknown *object = componentObject();
-  if (object == nullptr) return result;
-  const HRESULT status = object->QueryInterface(identity, reinterpret_cast<void **>(result.out()));
-  if (FAILED(status) && status != E_NOINTERFACE) reportComError(status);
-  return result;
+  if (object == nullptr) return {};
+  return queryInterface<Interface>(object, identity);
 }
 
 using Question = HRESULT (STDMETHODCALLTYPE IZkApplication::*)(BSTR, VARIANT_BOOL *);

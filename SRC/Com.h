@@ -38,21 +38,21 @@ class ComPtr {
   Interface *operator->() const { return object_; }
   explicit operator bool() const { return object_ != nullptr; }
 
-  // The object by another interface; empty when it has none, and then only an error other than
-  // E_NOINTERFACE is reported.
-  template <typename Other>
-  ComPtr<Other> query(const GUID &identity) const {
-    ComPtr<Other> other;
-    if (object_ == nullptr) return other;
-    const HRESULT result =
-        object_->QueryInterface(identity, reinterpret_cast<void **>(other.out()));
-    if (FAILED(result) && result != E_NOINTERFACE) reportComError(result);
-    return other;
-  }
-
  private:
   Interface *object_ = nullptr;
 };
+
+// An object by one of its interfaces. Empty when it has none, and then only an error other than
+// E_NOINTERFACE is reported; a null object is one (E_POINTER).
+template <typename Interface>
+ComPtr<Interface> queryInterface(IUnknown *object, const GUID &identity) noexcept {
+  ComPtr<Interface> result;
+  const HRESULT status =
+      object != nullptr ? object->QueryInterface(identity, reinterpret_cast<void **>(result.out()))
+                        : E_POINTER;
+  if (FAILED(status) && status != E_NOINTERFACE) reportComError(status);
+  return result;
+}
 
 // A BSTR that is released with its owner.
 class Bstr {

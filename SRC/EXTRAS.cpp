@@ -9,6 +9,7 @@
 #include "engine/Locate.h"
 #include "platform/Path.h"
 #include "platform/System.h"
+#include "platform/Version.h"
 
 using namespace zk;
 
@@ -245,3 +246,5 @@ int zk_Host_nativePath(const char *name, char *out, int32_t size) {
     return 1;
   });
 }
+
+int zk_Host_setProductDatabase(const char *path) { return platform::setProductDatabase(path); }

@@ -113,6 +113,8 @@ int run(std::vector<char *> arguments) {
     addCursors(setup, report);
     addIndexes(setup, report);
     addLists(setup, report);
+    addFields(setup, report);
+    addGeometry(setup, report);
   }
   benchmark::RunSpecifiedBenchmarks(&report);
   report.printTables(std::cout);

@@ -31,7 +31,9 @@ std::string withCommas(std::size_t number);
 void addAppending(const Setup &setup, Report &report);
 void addWalking(const Setup &setup, Report &report);
 void addCursors(const Setup &setup, Report &report);
+void addFields(const Setup &setup, Report &report);
 void addLists(const Setup &setup, Report &report);
+void addGeometry(const Setup &setup, Report &report);
 void addIndexes(const Setup &setup, Report &report);
 // Instead of the others: what this library's works with indexes cost per record in tables of
 // `count` and of ten times as many records.

@@ -35,6 +35,9 @@ bool waitMicroseconds(std::uint32_t microseconds) noexcept;
 using MessagePresenter = void (*)(const char *title, const char *text, void *user);
 void setMessagePresenter(MessagePresenter presenter, void *user) noexcept;
 void showMessage(const char *title, const char *text) noexcept;
+// The same for what keeps the user from going on: the message box is system-modal, with the stop
+// icon.
+void showStopMessage(const char *title, const char *text) noexcept;
 
 // The process's byte-case map, 256 entries each (Windows: current code page; Linux: ASCII, so that
 // UTF-8 sequences stay whole).

@@ -5,97 +5,21 @@
 #include <map>
 
 #include "tests/indexed_table.h"
+#include "tests/refusing_memory.h"
 #include "tests/support.h"
 
 namespace {
 
+using support::allocator;
 using support::assign;
+using support::Attempt;
 using support::fieldText;
+using support::forEveryAllocation;
 using support::openTable;
 using support::readFile;
 using support::writeFile;
 
 constexpr int kMemory = -920;
-
-// ---- The allocator: it cannot be taken out again, so it is told when to refuse
-
-struct Allocator {
-  int blocks = 0;  // outstanding
-  int asked = 0;
-  int failAt = 0;  // 0: never
-  bool forEver = false;
-  int refusals = 0;
-
-  bool refuses() {
-    if (failAt == 0) return false;
-    ++asked;
-    const bool refused = forEver ? asked >= failAt : asked == failAt;
-    refusals += refused ? 1 : 0;
-    return refused;
-  }
-};
-Allocator allocator;
-
-void *counted(void *block) {
-  if (block != nullptr) ++allocator.blocks;
-  return block;
-}
-void *allocate(std::size_t size) {
-  return allocator.refuses() ? nullptr : counted(std::malloc(size));
-}
-void *reallocate(void *block, std::size_t size) {
-  return allocator.refuses() ? nullptr : std::realloc(block, size);
-}
-void *allocateZeroed(std::size_t count, std::size_t size) {
-  return allocator.refuses() ? nullptr : counted(std::calloc(count, size));
-}
-void release(void *block) {
-  --allocator.blocks;
-  std::free(block);
-}
-
-const bool installed = [] {
-  zk_MemoryManager_set(allocate, reallocate, allocateZeroed, release);
-  return true;
-}();
-
-// One try of a scenario: it does its preparations and checks undisturbed, and what it runs here
-// with memory refused.
-class Attempt {
- public:
-  Attempt(int failAt, bool forEver) : failAt_(failAt), forEver_(forEver) {
-    allocator.asked = allocator.refusals = 0;
-  }
-  template <typename Operation>
-  auto during(Operation operation) {
-    allocator.failAt = failAt_;
-    allocator.forEver = forEver_;
-    const auto result = operation();
-    allocator.failAt = 0;
-    return result;
-  }
-  bool refused() const { return allocator.refusals > 0; }
-
- private:
-  int failAt_;
-  bool forEver_;
-};
-
-void forEveryAllocation(const char *what, const std::function<void(Attempt &)> &scenario) {
-  ASSERT_TRUE(installed);
-  for (const bool forEver : {false, true}) {
-    for (int n = 1;; ++n) {
-      SCOPED_TRACE(testing::Message() << what << ", request " << n << (forEver ? " and on" : ""));
-      const int blocks = allocator.blocks;
-      Attempt attempt(n, forEver);
-      scenario(attempt);
-      EXPECT_EQ(allocator.blocks, blocks) << "blocks are lost";
-      if (testing::Test::HasFailure()) return;
-      if (!attempt.refused()) break;
-      ASSERT_LT(n, 10'000);
-    }
-  }
-}
 
 template <typename T, int (*destroy)(T *)>
 void destroyWith(void *object) {
@@ -117,6 +41,11 @@ StrList *words() {
       zk_StrList_create("pear", "fig", "apple", "fig", static_cast<char *>(nullptr));
   return list;
 }
+IntList *integers() {
+  static const std::int32_t number = 7;
+  static IntList *list = zk_IntList_create(&number, &number, (void *)0);
+  return list;
+}
 DbFldList *record() {
   static DbFldList *list =
       zk_DbFldList_create("PART", "A-100", "SIZE", "12", static_cast<char *>(nullptr));
@@ -131,6 +60,26 @@ DbCursor *records() {
     }
   }
   return cursor;
+}
+
+StrList *lines() {
+  static StrList *list = zk_StrList_create("A=1", "B=2", static_cast<char *>(nullptr));
+  return list;
+}
+FldList *namedValues() {
+  static FldList *list = nullptr;
+  if (list == nullptr) {
+    list = zk_FldList_create("A", 'C', "text", "B", 'I', 2, static_cast<char *>(nullptr));
+    FldList *nested = zk_FldList_create("X", 'C', "deep", static_cast<char *>(nullptr));
+    zk_FldList_appList(list, "V", nested);
+  }
+  return list;
+}
+
+constexpr ZkPoint kPoint = {1, 2, 3};
+PointList *points() {
+  static PointList *list = zk_PointList_create(&kPoint, &kPoint, (void *)0);
+  return list;
 }
 
 TEST(AllocationFailure, NothingIsMadeInPart) {
@@ -158,11 +107,36 @@ TEST(AllocationFailure, NothingIsMadeInPart) {
        []() -> void * { return zk_StrList_fromDelimitedString("a, b,c", ","); }, strings},
       {"toDelimitedStringList",
        []() -> void * { return zk_StrList_toDelimitedStringList(words(), ",", 2, 1); }, strings},
+      {"FldList_newHandle", []() -> void * { return zk_FldList_newHandle("A", "key"); },
+       destroyWith<FldNode, zk_FldList_destroyNode>},
+      {"FldList_newPoint", []() -> void * { return zk_FldList_newPoint("A", &kPoint); },
+       destroyWith<FldNode, zk_FldList_destroyNode>},
+      {"FldList_fromEnvList",
+       []() -> void * { return zk_FldList_fromEnvList(lines()); },
+       destroyWith<FldList, zk_FldList_destroy>},
+      {"FldList_fromDbFldList", []() -> void * { return zk_FldList_fromDbFldList(record()); },
+       destroyWith<FldList, zk_FldList_destroy>},
+      {"PointList_copy", []() -> void * { return zk_PointList_copy(points()); },
+       destroyWith<PointList, zk_PointList_destroy>},
+      {"PointTravelNode_create",
+       []() -> void * { return zk_PointTravelNode_create(&kPoint, "label", 0, 1); },
+       destroyWith<PointTravelNode, zk_PointTravelNode_destroy>},
+      {"PointTravelList_create", []() -> void * { return zk_PointTravelList_create(); },
+       destroyWith<PointTravelList, zk_PointTravelList_destroy>},
       {"parseTagInfo", []() -> void * { return zk_Cb_parseTagInfo("PART, UPPER(NAME) SIZE"); },
        strings},
       {"readFile", []() -> void * { return zk_File_readFile(textFile().c_str()); }, strings},
       {"readFileExactly", []() -> void * { return zk_File_readFileExactly(textFile().c_str()); },
        strings},
+      {"Stack_create", []() -> void * { return zk_Stack_create(); }, zk_Free},
+      {"IntListNode_create", []() -> void * { return zk_IntListNode_create(1); }, zk_Free},
+      {"IntList_copy", []() -> void * { return zk_IntList_copy(integers()); },
+       destroyWith<IntList, zk_IntList_destroy>},
+      {"TreeNode_create", []() -> void * { return zk_TreeNode_create("name", nullptr); },
+       [](void *node) { zk_TreeNode_destroy(static_cast<TreeNode *>(node), nullptr); }},
+      {"TreeList_create", []() -> void * { return zk_TreeList_create("root", records()); },
+       [](void *list) { zk_TreeList_destroy(static_cast<TreeList *>(list), nullptr); }},
+      {"TimerNode_create", []() -> void * { return zk_TimerNode_create("name"); }, zk_Free},
       {"DbFldNode_new", []() -> void * { return zk_DbFldNode_new("A", "value", 10, 0, 'C'); },
        destroyWith<DbFldNode, zk_DbFldNode_destroy>},
       {"DbFldList_create",
@@ -182,7 +156,7 @@ TEST(AllocationFailure, NothingIsMadeInPart) {
       {"DbTagRefNode_create", []() -> void * { return zk_DbTagRefNode_create(nullptr, 1, 1); },
        destroyWith<DbTagRefNode, zk_DbTagRefNode_free>},
   };
-  words(), record(), records();
+  words(), lines(), integers(), record(), records(), points();
   for (const Maker &maker : makers) {
     forEveryAllocation(maker.what, [&](Attempt &attempt) {
       void *made = attempt.during(maker.make);
@@ -278,6 +252,215 @@ TEST(AllocationFailure, StringListsStayAsTheyWere) {
            }},
       },
       words(), zk_StrList_copy, zk_StrList_destroy, showString);
+}
+
+TEST(AllocationFailure, PointListsStayAsTheyWere) {
+  static constexpr ZkPoint kNew = {4, 5, 6};
+  expectAllOrNothing(
+      {
+          {"insStart", [](LnkList *&list) { return zk_PointList_insStart(list, &kNew); }},
+          {"insEnd", [](LnkList *&list) { return zk_PointList_insEnd(list, &kNew); }},
+          {"insBefore", [](LnkList *&list) { return zk_PointList_insBefore(list, &kNew); }},
+          {"insAfter", [](LnkList *&list) { return zk_PointList_insAfter(list, &kNew); }},
+          {"insNth", [](LnkList *&list) { return zk_PointList_insNth(list, 0, &kNew); }},
+          {"modCurr", [](LnkList *&list) { return zk_PointList_modCurr(list, &kNew); }},
+          {"modNth", [](LnkList *&list) { return zk_PointList_modNth(list, 0, &kNew); }},
+      },
+      points(), zk_PointList_copy, zk_PointList_destroy,
+      [](const void *data) { return std::to_string(static_cast<const ZkPoint *>(data)->x); });
+}
+
+// Without its data block an array has no elements.
+TEST(AllocationFailure, ArraysWithoutData) {
+  forEveryAllocation("Array_create", [](Attempt &attempt) {
+    ZkArray *array = attempt.during([] { return zk_Array_create(3, 4, "init"); });
+    EXPECT_EQ(zk_Array_size(array), attempt.refused() ? 0u : 3u);
+    EXPECT_EQ(zk_Array_getAddress(array, 0) == nullptr, attempt.refused());
+    zk_Array_destroy(array, nullptr);
+  });
+  forEveryAllocation("Array_swap", [](Attempt &attempt) {
+    ZkArray *array = zk_Array_create(2, 4, "init");
+    zk_Array_setNth(array, 1, "more", nullptr);
+    const int swapped = attempt.during([&] { return zk_Array_swap(array, 0, 1); });
+    EXPECT_EQ(swapped, !attempt.refused());
+    EXPECT_EQ(std::string(static_cast<char *>(array->data), 8),
+              attempt.refused() ? "initmore" : "moreinit");
+    zk_Array_destroy(array, nullptr);
+  });
+}
+
+TEST(AllocationFailure, IntegerListsStacksAndQueuesStayAsTheyWere) {
+  static IntListNode pushed = {1};
+  const auto show = [](const void *data) {
+    return std::to_string(static_cast<const IntListNode *>(data)->value);
+  };
+  expectAllOrNothing({{"insEnd", [](LnkList *&list) { return zk_IntList_insEnd(list, 9); }}},
+                     integers(), zk_IntList_copy, zk_IntList_destroy, show);
+  expectAllOrNothing(
+      {
+          {"push on a stack", [](LnkList *&list) { return zk_Stack_push(list, &pushed); }},
+          {"push on a queue", [](LnkList *&list) { return zk_Queue_push(list, &pushed); }},
+      },
+      integers(), [](const LnkList *) { return zk_LnkList_create(&pushed, (void *)0); },
+      [](LnkList *list) { return zk_LnkList_destroy(list, nullptr); }, show);
+}
+
+TEST(AllocationFailure, TreesStayAsTheyWere) {
+  forEveryAllocation("TreeNode_setName", [](Attempt &attempt) {
+    TreeNode *node = zk_TreeNode_create("old", nullptr);
+    const int set = attempt.during([&] { return zk_TreeNode_setName(node, "new"); });
+    EXPECT_EQ(set, !attempt.refused());
+    EXPECT_STREQ(zk_TreeNode_getName(node), attempt.refused() ? "old" : "new");
+    zk_TreeNode_destroy(node, nullptr);
+  });
+  forEveryAllocation("TreeList_insChild", [](Attempt &attempt) {
+    TreeList *list = zk_TreeList_create("root", records());
+    zk_TreeList_insChild(list, "root", "A", nullptr);
+    zk_TreeList_search(list, "root.A");
+    TreeNode *const current = list->current;
+    const int inserted =
+        attempt.during([&] { return zk_TreeList_insChild(list, "root", "B", nullptr); });
+    EXPECT_EQ(inserted, !attempt.refused());
+    EXPECT_EQ(zk_TreeNode_getChildCount(list->root, nullptr), attempt.refused() ? 1 : 2);
+    EXPECT_EQ(list->current, attempt.refused() ? current : list->root);
+    zk_TreeList_destroy(list, nullptr);
+  });
+}
+
+TEST(AllocationFailure, TimersAndAliasesStayAsTheyWere) {
+  forEveryAllocation("Timer_create", [](Attempt &attempt) {
+    const int created = attempt.during([] { return zk_Timer_create("timer"); });
+    EXPECT_EQ(created, !attempt.refused());
+    zk_Timer_clearAll();
+  });
+  zk_Alias_put("KEPT", "old");  // the table stays to the end
+  const auto value = [](const char *name) {
+    char text[9];
+    zk_Alias_get(text, name, 8);
+    return std::string(text);
+  };
+  forEveryAllocation("Alias_put", [&](Attempt &attempt) {
+    const int put = attempt.during([] { return zk_Alias_put("NEW", "value"); });
+    EXPECT_EQ(put, attempt.refused() ? ZK_FLD_NO_MEMORY : 1);
+    EXPECT_EQ(value("NEW"), attempt.refused() ? "" : "value");
+    zk_Alias_del("NEW");
+  });
+  forEveryAllocation("Alias_put over another", [&](Attempt &attempt) {
+    zk_Alias_put("KEPT", "old");
+    attempt.during([] { return zk_Alias_put("KEPT", "new"); });
+    EXPECT_EQ(value("KEPT"), attempt.refused() ? "old" : "new");
+    zk_Alias_put("KEPT", "old");
+  });
+  forEveryAllocation("Alias_putFromFldList", [](Attempt &attempt) {
+    FldList *list = zk_FldList_create("A", 'I', 1, "B", 'C', "text", static_cast<char *>(nullptr));
+    const int put = attempt.during([&] { return zk_Alias_putFromFldList(list); });
+    EXPECT_EQ(put, !attempt.refused());
+    for (const char *name : {"A", "B"}) zk_Alias_del(name);
+    zk_FldList_destroy(list);
+  });
+  forEveryAllocation("Alias_expandStr in place", [](Attempt &attempt) {
+    char text[16] = "a%KEPT%";
+    attempt.during([&] { return zk_Alias_expandStr(text, text); });
+    EXPECT_STREQ(text, attempt.refused() ? "a%KEPT%" : "aold");
+  });
+}
+
+std::string showValue(const void *data) {
+  const auto *node = static_cast<const FldNode *>(data);
+  const std::string start = std::string(node->name) + node->type;
+  if (node->type == 'C' || node->type == 'H') return start + node->value.text;
+  if (node->type == 'V' && node->value.list == nullptr) return start;
+  if (node->type == 'V') return start + "(" + shown(node->value.list, showValue) + ")";
+  return start + std::to_string(node->value.integer);
+}
+
+TEST(AllocationFailure, FieldListsStayAsTheyWere) {
+  // A list that is not taken stays the caller's.
+  static constexpr auto give = [](int (*store)(FldList *, const char *, FldList *), FldList *list) {
+    FldList *nested = zk_FldList_create("N", 'I', 1, static_cast<char *>(nullptr));
+    if (nested == nullptr || zk_FldList_count(nested) == 0) return zk_FldList_destroy(nested), -4;
+    const int result = store(list, "A", nested);
+    if (result != 1) zk_FldList_destroy(nested);
+    return result;
+  };
+  expectAllOrNothing(
+      {
+          {"appChar", [](LnkList *&list) { return zk_FldList_appChar(list, "A", "more"); }},
+          {"appReal", [](LnkList *&list) { return zk_FldList_appReal(list, "A", 1.5); }},
+          {"appList", [](LnkList *&list) { return give(zk_FldList_appList, list); }},
+          {"modList", [](LnkList *&list) { return give(zk_FldList_modList, list); }},
+          {"modChar", [](LnkList *&list) { return zk_FldList_modChar(list, "A", "other"); }},
+          {"modHandle", [](LnkList *&list) { return zk_FldList_modHandle(list, "A", "other"); }},
+          {"convertNodeToList",
+           [](LnkList *&list) {
+             return zk_FldList_convertNodeToList(list, "A") != nullptr ? 1 : 0;
+           }},
+          {"updateFldValue",
+           [](LnkList *&list) {
+             FldNode *node = zk_FldList_find(list, "A");
+             return zk_FldNode_updateFldValue(node, "a longer text");
+           }},
+      },
+      namedValues(), zk_FldList_copy, zk_FldList_destroy, showValue);
+}
+
+// These do not tell, but nothing is lost and nothing is left half changed.
+TEST(AllocationFailure, FieldsThatAreRefusedAreLeftOut) {
+  namedValues();
+  for (const char *name : {"A", "V"}) {
+    forEveryAllocation("addIntVal of a name that is there", [&](Attempt &attempt) {
+      FldList *list = zk_FldList_copy(namedValues());
+      const std::string before = shown(list, showValue);
+      EXPECT_EQ(attempt.during([&] { return zk_FldList_addIntVal(list, name, 7); }), 1);
+      list->current = nullptr;
+      EXPECT_EQ(shown(list, showValue) == before, attempt.refused());
+      zk_FldList_destroy(list);
+    });
+  }
+  struct Operation {
+    const char *what;
+    FldList *(*run)(FldList *list);  // the result, which may be the list
+  };
+  const Operation operations[] = {
+      {"create",
+       [](FldList *) {
+         return zk_FldList_create("A", 'C', "text", "B", 'I', 2, "C", 'P', 1.0, 2.0, 3.0,
+                                  static_cast<char *>(nullptr));
+       }},
+      {"copy", [](FldList *) { return zk_FldList_copy(namedValues()); }},
+      {"diff", [](FldList *list) { return zk_FldList_diff(namedValues(), list, 1); }},
+      {"concatenate",
+       [](FldList *list) {
+         return zk_FldList_concatenate(list, namedValues()) == 1 ? list : nullptr;
+       }},
+      {"combine",
+       [](FldList *list) { return zk_FldList_combine(list, namedValues()) == 1 ? list : nullptr; }},
+      {"copyFld",
+       [](FldList *list) {
+         return zk_FldList_copyFld(namedValues(), "A", list, "TO") == 1 ? list : nullptr;
+       }},
+  };
+  for (const Operation &operation : operations) {
+    std::string complete;
+    {
+      FldList *list = zk_FldList_create(static_cast<char *>(nullptr));
+      FldList *result = operation.run(list);
+      complete = shown(result, showValue);
+      if (result != list) zk_FldList_destroy(result);
+      zk_FldList_destroy(list);
+    }
+    forEveryAllocation(operation.what, [&](Attempt &attempt) {
+      FldList *list = zk_FldList_create(static_cast<char *>(nullptr));
+      FldList *result = attempt.during([&] { return operation.run(list); });
+      if (result != nullptr) {
+        EXPECT_EQ(shown(result, showValue) == complete, !attempt.refused());
+      } else {
+        EXPECT_TRUE(attempt.refused());
+      }
+      if (result != list) zk_FldList_destroy(result);
+      zk_FldList_destroy(list);
+    });
+  }
 }
 
 TEST(AllocationFailure, RecordFieldListsStayAsTheyWere) {

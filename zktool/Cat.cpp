@@ -4,24 +4,14 @@
 #include "RecordWriter.h"
 
 namespace zk::tool {
-namespace {
-
-std::unique_ptr<RecordWriter> makeWriter(const CatOptions &options, Output &out,
-                                         const std::vector<Field> &fields, const CodePage &page) {
-  if (options.format == "csv") return makeCsvWriter(out, fields);
-  if (options.format == "json") return makeJsonWriter(out, fields, page);
-  return makeTextWriter(out, fields, page, options.deleted);
-}
-
-}  // namespace
-
 void runCat(const CatOptions &options, Output &out) {
   Table table(options.table, 0);
   if (options.index) table.openIndex(*options.index);
   if (options.order) table.useTag(options.order);
   RecordReader reader(table);
   const CodePage page(table.info().codePage);
-  const std::unique_ptr<RecordWriter> writer = makeWriter(options, out, reader.fields(), page);
+  const std::unique_ptr<RecordWriter> writer =
+      makeWriter(options.format, out, reader.fields(), page, options.deleted);
   const LibraryProgress progress(!Output::isTerminal());
   std::int64_t left = options.limit;
 

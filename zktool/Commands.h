@@ -50,6 +50,20 @@ struct ImportOptions {
   bool append = false;
 };
 
+struct IniOptions {
+  std::string file;
+  std::string group;  // list: "" for the groups of the file
+  std::string name;
+  std::string value;
+};
+
+struct MessagesOptions {
+  std::string language;  // list: "" for the tables of all languages
+  std::string csvFile;
+  std::string format = "table";          // or "csv", "json"
+  std::optional<std::string> directory;  // the network directory's "language" without one
+};
+
 // The value of an argument is wrong: exit status 2.
 class UsageError : public std::exception {
  public:
@@ -67,5 +81,11 @@ void runIndex(const IndexOptions &options, Output &out);
 void runCheck(const CheckOptions &options, Output &out);
 void runImport(const ImportOptions &options, Output &out);
 void runPack(const std::string &table, Output &out);
+void runIniGet(const IniOptions &options, Output &out);
+void runIniSet(const IniOptions &options);
+void runIniList(const IniOptions &options, Output &out);
+void runEnvExpand(const std::string &text, Output &out);
+void runMessagesImport(const MessagesOptions &options, Output &out);
+void runMessagesList(const MessagesOptions &options, Output &out);
 
 }  // namespace zk::tool

@@ -30,6 +30,11 @@ std::unique_ptr<RecordWriter> makeJsonWriter(Output &out, const std::vector<Fiel
 std::unique_ptr<RecordWriter> makeTextWriter(Output &out, const std::vector<Field> &fields,
                                              const CodePage &page, bool marks);
 
+// One of these by its name: "csv", "json", any other stands for aligned columns.
+std::unique_ptr<RecordWriter> makeWriter(const std::string &format, Output &out,
+                                         const std::vector<Field> &fields, const CodePage &page,
+                                         bool marks);
+
 // One record, a line for each field, UTF-8.
 void writeVertically(Output &out, const std::vector<Field> &fields, const CodePage &page,
                      const Values &values);

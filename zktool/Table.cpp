@@ -104,6 +104,10 @@ void Table::requireWritable() const {
   throw Failure(name_ + ": cannot be changed: " + zk_Db_readOnlyReason(id_));
 }
 
+void Table::requireDone(int status) const {
+  if (status != 0) throw libraryFailure(name_, status);
+}
+
 bool Table::arrived(int status) const {
   if (status != 0 && status != kEndOfFile) throw libraryFailure(name_, status);
   return status == 0;
@@ -178,6 +182,29 @@ bool Table::read(const Field &field, std::string &text) const {
   const int32_t copied = zk_Db_cpyFldN(id_, field.name.c_str(), text.data(), length);
   text.resize(static_cast<std::size_t>(std::clamp(copied, 0, length)));
   return copied == length;
+}
+
+void Table::go(int32_t record) { requireDone(zk_Db_goRec(id_, record)); }
+
+void Table::update() {
+  requireDone(zk_Db_undelRec(id_));
+  requireDone(zk_Db_flush(id_));
+}
+
+void Table::beginAppend() {
+  // Behind the last record the buffer is blank, and so is the record that an append begins there.
+  if (zk_Db_eof(id_) == 0) {
+    zk_Db_botRec(id_, -1);
+    zk_Db_nextRec(id_, -1);
+  }
+  requireDone(zk_Db_appendStart(id_));
+}
+
+void Table::append() { requireDone(zk_Db_append(id_)); }
+
+void Table::assign(const std::string &field, std::string_view text) {
+  requireDone(
+      zk_Db_assignFldStrN(id_, field.c_str(), text.data(), static_cast<int32_t>(text.size())));
 }
 
 void Table::close() {

@@ -103,6 +103,14 @@ class Table {
   bool next();
   bool deleted() const { return zk_Db_deleted(id_) != 0; }
 
+  // A record by its number, and writing what was assigned to it, not marked as deleted any more.
+  void go(int32_t record);
+  void update();
+  // Between these two, assigning fills a blank record.
+  void beginAppend();
+  void append();
+  void assign(const std::string &field, std::string_view text);
+
   enum class Found { kKey, kNextKey, kNothing };
   // Seeks in the chosen tag.
   Found seek(const std::string &key);
@@ -116,6 +124,7 @@ class Table {
 
  private:
   void loadFields();
+  void requireDone(int status) const;
   bool arrived(int status) const;
   bool located(int status) const;
 

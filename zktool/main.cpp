@@ -1,7 +1,8 @@
-// zktool: looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables.
-// Exit status: 0 success (also when the reader of the output has gone), 1 failure with one line on
-// standard error, 2 wrong usage.
+// zktool: looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables; reads
+// and writes settings and message tables. Exit status: 0 success (also when the reader of the
+// output has gone), 1 failure with one line on standard error, 2 wrong usage.
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <iostream>
 
 #include "Commands.h"
@@ -13,6 +14,9 @@ using zk::tool::CatOptions;
 using zk::tool::CheckOptions;
 using zk::tool::ImportOptions;
 using zk::tool::IndexOptions;
+using zk::tool::IniOptions;
+using zk::tool::MessagesOptions;
+using zk::tool::Output;
 using zk::tool::SeekOptions;
 
 constexpr int kFailed = 1;
@@ -26,23 +30,39 @@ struct Options {
   IndexOptions index;
   CheckOptions check;
   ImportOptions import;
+  IniOptions ini;
+  MessagesOptions messages;
+  std::string text;                      // of env expand
+  std::function<void(Output &)> chosen;  // runs the command
 };
+
+template <typename Run>
+void whenChosen(CLI::App *command, Options &options, Run run) {
+  command->callback([&options, run] { options.chosen = run; });
+}
+
+void addFormat(CLI::App *command, std::string &format) {
+  command
+      ->add_option(
+          "--format", format,
+          "table: aligned, UTF-8 (the default); csv: RFC 4180, bytes as they are; json: one "
+          "array of objects, UTF-8")
+      ->check(CLI::IsMember({"table", "csv", "json"}))
+      ->type_name("FORMAT");
+}
 
 void addInfo(CLI::App &app, Options &options) {
   CLI::App *info = app.add_subcommand("info", "Show what a table is: version, size, fields, tags");
+  whenChosen(info, options, [&options](Output &out) { zk::tool::runInfo(options.table, out); });
   info->add_option("TABLE", options.table, "The table (default extension DBF)")->required();
   info->footer("Example:\n  zktool info piping.dbf");
 }
 
 void addCat(CLI::App &app, Options &options) {
   CLI::App *cat = app.add_subcommand("cat", "Write a table's records to standard output");
+  whenChosen(cat, options, [&options](Output &out) { zk::tool::runCat(options.cat, out); });
   cat->add_option("TABLE", options.cat.table, "The table (default extension DBF)")->required();
-  cat->add_option(
-         "--format", options.cat.format,
-         "table: aligned, UTF-8 (the default); csv: RFC 4180, bytes as they are; json: one "
-         "array of objects, UTF-8")
-      ->check(CLI::IsMember({"table", "csv", "json"}))
-      ->type_name("FORMAT");
+  addFormat(cat, options.cat.format);
   cat->add_option("--limit", options.cat.limit, "Write at most N records")
       ->check(CLI::NonNegativeNumber)
       ->type_name("N");
@@ -63,6 +83,7 @@ void addCat(CLI::App &app, Options &options) {
 
 void addSeek(CLI::App &app, Options &options) {
   CLI::App *seek = app.add_subcommand("seek", "Show the record that a key finds in a tag");
+  whenChosen(seek, options, [&options](Output &out) { zk::tool::runSeek(options.seek, out); });
   seek->add_option("TABLE", options.seek.table, "The table (default extension DBF)")->required();
   seek->add_option("KEY", options.seek.key,
                    "The key, or what it begins with; a number or a date (CCYYMMDD) in tags of such")
@@ -81,6 +102,7 @@ void addSeek(CLI::App &app, Options &options) {
 
 void addIndex(CLI::App &app, Options &options) {
   CLI::App *index = app.add_subcommand("index", "Make tags for a table: in its index or another");
+  whenChosen(index, options, [&options](Output &out) { zk::tool::runIndex(options.index, out); });
   index->add_option("TABLE", options.index.table, "The table (default extension DBF)")->required();
   index
       ->add_option("EXPRESSIONS", options.index.expressions,
@@ -108,6 +130,7 @@ void addIndex(CLI::App &app, Options &options) {
 
 void addCheck(CLI::App &app, Options &options) {
   CLI::App *check = app.add_subcommand("check", "Find out, or mend, what is wrong with a table");
+  whenChosen(check, options, [&options](Output &out) { zk::tool::runCheck(options.check, out); });
   check->add_option("TABLE", options.check.table, "The table (default extension DBF)")->required();
   check
       ->add_option("--index", options.check.indexes,
@@ -128,6 +151,8 @@ void addCheck(CLI::App &app, Options &options) {
 
 void addImport(CLI::App &app, Options &options) {
   CLI::App *import = app.add_subcommand("import", "Make a table from a CSV file, or add to one");
+  whenChosen(import, options,
+             [&options](Output &out) { zk::tool::runImport(options.import, out); });
   import->add_option("TABLE", options.import.table, "The table to make (default extension dbf)")
       ->required();
   import->add_option("FILE", options.import.csvFile, "CSV with a header line")->required();
@@ -147,27 +172,96 @@ void addImport(CLI::App &app, Options &options) {
 
 void addPack(CLI::App &app, Options &options) {
   CLI::App *pack = app.add_subcommand("pack", "Remove the records marked as deleted for good");
+  whenChosen(pack, options, [&options](Output &out) { zk::tool::runPack(options.table, out); });
   pack->add_option("TABLE", options.table, "The table; no other program may have it open")
       ->required();
   pack->footer("Example:\n  zktool pack piping.dbf");
 }
 
-void run(const CLI::App &app, const Options &options, zk::tool::Output &out) {
-  if (app.got_subcommand("info")) {
-    zk::tool::runInfo(options.table, out);
-  } else if (app.got_subcommand("cat")) {
-    zk::tool::runCat(options.cat, out);
-  } else if (app.got_subcommand("seek")) {
-    zk::tool::runSeek(options.seek, out);
-  } else if (app.got_subcommand("index")) {
-    zk::tool::runIndex(options.index, out);
-  } else if (app.got_subcommand("check")) {
-    zk::tool::runCheck(options.check, out);
-  } else if (app.got_subcommand("import")) {
-    zk::tool::runImport(options.import, out);
-  } else {
-    zk::tool::runPack(options.table, out);
-  }
+CLI::App *addIniCommand(CLI::App *ini, const char *name, const char *about, Options &options) {
+  CLI::App *command = ini->add_subcommand(name, about);
+  command->add_option("FILE", options.ini.file, "The INI file")->required();
+  return command;
+}
+
+void addIni(CLI::App &app, Options &options) {
+  CLI::App *ini = app.add_subcommand("ini", "Read and set variables of INI files");
+  ini->require_subcommand(1);
+  constexpr const char *kGroup = "The group";
+  constexpr const char *kName = "The variable";
+
+  CLI::App *get = addIniCommand(ini, "get", "Write the value of a variable", options);
+  get->add_option("GROUP", options.ini.group, kGroup)->required();
+  get->add_option("NAME", options.ini.name, kName)->required();
+  get->footer("Example:\n  zktool ini get zk.ini GENERAL LANGUAGE");
+  whenChosen(get, options, [&options](Output &out) { zk::tool::runIniGet(options.ini, out); });
+
+  CLI::App *set = addIniCommand(ini, "set", "Set a variable", options);
+  set->add_option("GROUP", options.ini.group, kGroup)->required();
+  set->add_option("NAME", options.ini.name, kName)->required();
+  set->add_option("VALUE", options.ini.value, "Its value")->required();
+  set->footer(
+      "File, group and variable are added where they are missing; everything else stays.\n\n"
+      "Examples:\n  zktool ini set zk.ini GENERAL LANGUAGE GERMAN\n"
+      "  zktool ini set zk.ini GENERAL OFFSET -- -5");
+  whenChosen(set, options, [&options](Output &) { zk::tool::runIniSet(options.ini); });
+
+  CLI::App *list = addIniCommand(ini, "list", "List the groups, or the variables of one", options);
+  list->add_option("GROUP", options.ini.group, kGroup);
+  list->footer("Examples:\n  zktool ini list zk.ini\n  zktool ini list zk.ini GENERAL");
+  whenChosen(list, options, [&options](Output &out) { zk::tool::runIniList(options.ini, out); });
+}
+
+void addEnv(CLI::App &app, Options &options) {
+  CLI::App *env = app.add_subcommand("env", "Look up settings");
+  env->require_subcommand(1);
+  CLI::App *expand = env->add_subcommand("expand", "Replace each %NAME% by that setting");
+  expand->add_option("TEXT", options.text, "The text")->required();
+  expand->footer(
+      "A setting is the variable of [GENERAL] in zk.ini, else that of the environment; %% is a\n"
+      "percent sign.\n\nExample:\n  zktool env expand '%JN%specs'");
+  whenChosen(expand, options,
+             [&options](Output &out) { zk::tool::runEnvExpand(options.text, out); });
+}
+
+void addMessagesDirectory(CLI::App *command, Options &options) {
+  command
+      ->add_option("--directory", options.messages.directory,
+                   "The directory of the tables (default: \"language\" in the network directory, "
+                   "which the setting JN names)")
+      ->type_name("DIR");
+}
+
+void addMessages(CLI::App &app, Options &options) {
+  CLI::App *messages =
+      app.add_subcommand("messages", "Make and list tables of translated messages");
+  messages->require_subcommand(1);
+
+  CLI::App *import = messages->add_subcommand("import", "Put messages from a CSV file into tables");
+  import->add_option("LANGUAGE", options.messages.language, "Such as GERMAN")->required();
+  import
+      ->add_option("FILE", options.messages.csvFile,
+                   "CSV with the columns id, text and, where needed, english")
+      ->required();
+  addMessagesDirectory(import, options);
+  import->footer(
+      "The table of TOOL_216 is TOOL_<LANGUAGE>.dbf; an id without a number has one of its own, "
+      "and\n"
+      "its messages are found by the English text. Nothing is changed when a row is wrong.\n\n"
+      "Examples:\n  zktool messages import GERMAN german.csv\n"
+      "  zktool messages import GERMAN german.csv --directory ./language");
+  whenChosen(import, options,
+             [&options](Output &out) { zk::tool::runMessagesImport(options.messages, out); });
+
+  CLI::App *list = messages->add_subcommand("list", "List the tables, or the texts of a language");
+  list->add_option("LANGUAGE", options.messages.language, "Such as GERMAN");
+  addFormat(list, options.messages.format);
+  addMessagesDirectory(list, options);
+  list->footer(
+      "What --format csv writes can be imported again.\n\n"
+      "Examples:\n  zktool messages list\n  zktool messages list GERMAN --format csv > german.csv");
+  whenChosen(list, options,
+             [&options](Output &out) { zk::tool::runMessagesList(options.messages, out); });
 }
 
 int wrongUsage(std::string text) {
@@ -185,7 +279,9 @@ int main(int argc, char **argv) {
   try {
     Options options;
     CLI::App app(
-        "Looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables.",
+        "Looks into, seeks in, indexes, checks, imports and packs dBASE and FoxPro tables; reads "
+        "and "
+        "writes settings and message tables.",
         "zktool");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", std::string("zktool ") + zk_Lib_version());
@@ -200,6 +296,9 @@ int main(int argc, char **argv) {
     addCheck(app, options);
     addImport(app, options);
     addPack(app, options);
+    addIni(app, options);
+    addEnv(app, options);
+    addMessages(app, options);
     try {
       app.parse(argc, argv);
     } catch (const CLI::Success &help) {
@@ -212,7 +311,7 @@ int main(int argc, char **argv) {
       return wrongUsage(error.what());
     }
     zk_Db_setLockAttempts(1);  // a table that others hold is reported, not waited for
-    run(app, options, out);
+    options.chosen(out);
     return 0;
   } catch (const zk::tool::ClosedPipe &) {
     return 0;

@@ -6,10 +6,23 @@ _zktool() {
   command=${words[1]}
 
   if ((cword == 1)); then
-    COMPREPLY=($(compgen -W 'info cat seek index check import pack --help --version' -- "$cur"))
+    COMPREPLY=($(compgen -W 'info cat seek index check import pack ini env messages --help
+      --version' -- "$cur"))
     return
   fi
+  if ((cword == 2)); then
+    case $command in
+      ini) COMPREPLY=($(compgen -W 'get set list --help' -- "$cur")) ;;
+      env) COMPREPLY=($(compgen -W 'expand --help' -- "$cur")) ;;
+      messages) COMPREPLY=($(compgen -W 'import list --help' -- "$cur")) ;;
+      *) false ;;
+    esac && return
+  fi
   case $prev in
+    --directory)
+      _filedir -d
+      return
+      ;;
     --format)
       COMPREPLY=($(compgen -W 'table csv json' -- "$cur"))
       return
@@ -30,15 +43,21 @@ _zktool() {
       index) options+=' --name --tag --filter --unique --descending' ;;
       check) options+=' --index --repair' ;;
       import) options+=' --fields --append' ;;
+      messages)
+        options+=' --directory'
+        [[ ${words[2]} != list ]] || options+=' --format'
+        ;;
     esac
     COMPREPLY=($(compgen -W "$options" -- "$cur"))
     return
   fi
-  if [[ $command == import ]]; then
-    _filedir '@(dbf|csv)'
-  else
-    _filedir dbf
-  fi
+  case $command in
+    import) _filedir '@(dbf|csv)' ;;
+    ini) ((cword > 3)) || _filedir ini ;;
+    messages) [[ ${words[2]} == list ]] || _filedir csv ;;
+    env) ;;
+    *) _filedir dbf ;;
+  esac
 }
 
 complete -F _zktool zktool

@@ -1,5 +1,6 @@
 /* A host's view of the table functions: makes a table of piping items from a CSV file, reads it
- * back, indexes it, seeks in it and asks questions, changes and deletes records and packs it.
+ * back, indexes it, seeks in it and asks questions, moves an item to its place in the plant,
+ * changes and deletes records and packs it.
  *
  *     plant_demo [DIRECTORY [CSV-FILE]]
  *
@@ -8,6 +9,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "layout.h"
 #include "zk_baselib.h"
 
 #ifndef PLANT_CSV
@@ -223,6 +225,11 @@ static int showMatches(int32_t table, const char *condition) {
   return 1;
 }
 
+static int layOutItem(int32_t table, const char *tag) {
+  if (zk_Db_seekStr(tag, table, kByTag) != 0) return failed(tag);
+  return showLayout(table) || failed("layout");
+}
+
 /* ---- Changing it ---- */
 
 /* Makes the record with that tag the current one; 0 when there is none. A seek also finds a key
@@ -271,10 +278,10 @@ static int packTable(int32_t table) {
 static int useTable(int32_t table, const char *csvFile) {
   return appendFile(table, csvFile) && showItems(table) && makeIndex(table) &&
          showHeaviest(table, 3) && seekItem(table, "V-2006") && seekItem(table, "P-2005") &&
-         showMatches(table, "WEIGHT >= 100 .AND. LINE = 'CW'") && lengthenPipe(table, "P-1008") &&
-         deleteItem(table, "T-2008") && deleteItem(table, "V-3006") &&
-         deleteItem(table, "P-3009") && recallItem(table, "V-3006") && packTable(table) &&
-         seekItem(table, "P-3009");
+         showMatches(table, "WEIGHT >= 100 .AND. LINE = 'CW'") && layOutItem(table, "V-2006") &&
+         lengthenPipe(table, "P-1008") && deleteItem(table, "T-2008") &&
+         deleteItem(table, "V-3006") && deleteItem(table, "P-3009") &&
+         recallItem(table, "V-3006") && packTable(table) && seekItem(table, "P-3009");
 }
 
 int main(int argc, char **argv) {

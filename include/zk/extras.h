@@ -213,5 +213,10 @@ ZK_API int ZK_CALL zk_Host_setDriveDirectory(char letter, const char *directory)
  * not fit or when memory is refused; 0 with nothing written for a null `out` or a negative size. */
 ZK_API int ZK_CALL zk_Host_nativePath(const char *name, char *out, int32_t size);
 
+/* Linux: the package manager's list of installed packages, in which zk_Sys_getProductVersion looks;
+ * by default "/var/lib/dpkg/status". Null or "" restores the default. 1; 0 for a path of 512
+ * characters or more, and on Windows. */
+ZK_API int ZK_CALL zk_Host_setProductDatabase(const char *path);
+
 ZK_EXTERN_C_END
 #endif

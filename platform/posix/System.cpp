@@ -89,6 +89,8 @@ void showMessage(const char *title, const char *text) noexcept {
   presenter(title, text, presenterUser);
 }
 
+void showStopMessage(const char *title, const char *text) noexcept { showMessage(title, text); }
+
 const unsigned char *upperCaseMap() noexcept { return kUpper.data(); }
 const unsigned char *lowerCaseMap() noexcept { return kLower.data(); }
 

@@ -124,6 +124,14 @@ void showMessage(const char *title, const char *text) noexcept {
   presenter(title, text, presenterUser);
 }
 
+void showStopMessage(const char *title, const char *text) noexcept {
+  if (presenter == showMessageBox) {
+    MessageBoxA(nullptr, text, title, MB_OK | MB_SYSTEMMODAL | MB_ICONSTOP);
+  } else {
+    showMessage(title, text);
+  }
+}
+
 const unsigned char *upperCaseMap() noexcept {
   static const CaseMap map = makeCaseMap(CharUpperBuffA);
   return map.data();
