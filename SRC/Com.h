@@ -83,4 +83,44 @@ class Bstr {
   BSTR text_ = nullptr;
 };
 
+// A value that is released with its owner.
+class Variant {
+ public:
+  Variant() { VariantInit(&value_); }
+  // The position of an item, as collections take it.
+  Variant(VARTYPE type, LONG position) : Variant() {
+    value_.vt = type;
+    value_.lVal = position;
+  }
+  // A text; VT_EMPTY when memory is refused.
+  explicit Variant(const char *text) : Variant() {
+    value_.bstrVal = platform::toBstr(text, std::strlen(text));
+    if (value_.bstrVal != nullptr) value_.vt = VT_BSTR;
+  }
+  ~Variant() { VariantClear(&value_); }
+  Variant(const Variant &) = delete;
+  Variant &operator=(const Variant &) = delete;
+
+  bool isText() const { return value_.vt == VT_BSTR; }
+  const VARIANT &get() const { return value_; }
+  VARIANT *out() {
+    VariantClear(&value_);
+    return &value_;
+  }
+  // "" for anything but a text; up to a first zero character. Throws std::bad_alloc.
+  base::String text() const {
+    return base::String(isText() ? platform::fromBstr(value_.bstrVal).c_str() : "");
+  }
+
+ private:
+  VARIANT value_;
+};
+
+// The item at a 1-based position of a variables list; empty when it cannot be had.
+inline ComPtr<IZkVariablesItem> itemAt(IZkVariablesList &list, LONG position) {
+  ComPtr<IZkVariablesItem> item;
+  if (FAILED(reportComError(list.Item(Variant(VT_I4, position).get(), item.out())))) item.reset();
+  return item;
+}
+
 }  // namespace zk

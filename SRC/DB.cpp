@@ -42,14 +42,14 @@ const Field *fieldOf(int32_t tableId, const char *name) {
 template <typename Operation>
 int onTable(int32_t tableId, Operation operation) {
   Table *table = tableById(tableId);
-  return table != nullptr ? operation(*table) : kUnknown;
+  return table != nullptr ? operation(*table) : noTableStatus();
 }
 
 // A positioning operation: the tag number chooses the order first.
 template <typename Operation>
 int inOrder(int32_t tableId, int32_t tagNumber, Operation operation) {
   Table *table = tableById(tableId);
-  if (table == nullptr) return kUnknown;
+  if (table == nullptr) return noTableStatus();
   selectOrder(*table, tagNumber);
   return operation(*table);
 }
@@ -254,7 +254,7 @@ int zk_Db_freeFldInfo(ZkFieldInfo *fields, int32_t count) {
 
 int zk_Db_closeDb(int32_t tableId) {
   Table *table = tableById(tableId);
-  if (table == nullptr) return kUnknown;
+  if (table == nullptr) return noTableStatus();
   forgetTable(table);
   zk_DbRef_delTags(tableId);
   return table->close();
@@ -263,6 +263,7 @@ int zk_Db_closeDb(int32_t tableId) {
 int zk_Db_closeAll(void) {
   if (context == nullptr) return 1;
   context->clearError();
+  if (engine::isAnyWaiting()) return engine::kLocked;
   forgetAllTables();
   return context->closeAll();
 }

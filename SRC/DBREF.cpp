@@ -144,6 +144,8 @@ struct RecentOrder {
 };
 RecentOrder recentOrder = {};
 
+bool tableWaits = false;  // why tableById gave none
+
 }  // namespace
 
 engine::Tag *selectTagOrder(engine::Table &table, int32_t number) noexcept {
@@ -161,14 +163,22 @@ engine::Tag *selectTagOrder(engine::Table &table, int32_t number) noexcept {
 
 engine::Table *tableById(int32_t tableId) noexcept {
   if (engine::Context *context = accessContext()) context->clearError();
-  if (tableId == recentId) return recentTable;
-  const DbRefNode *entry = zk_DbRefNode_find(tableId);
-  engine::Table *table = entry != nullptr ? engine::liveTable(entry->table) : nullptr;
-  if (table == nullptr) return nullptr;
-  recentId = tableId;
-  recentTable = table;
-  return table;
+  tableWaits = false;
+  if (tableId != recentId) {
+    const DbRefNode *entry = zk_DbRefNode_find(tableId);
+    engine::Table *table = entry != nullptr ? engine::liveTable(entry->table) : nullptr;
+    if (table == nullptr) return nullptr;
+    recentId = tableId;
+    recentTable = table;
+  }
+  if (recentTable == nullptr) return nullptr;  // the id of nothing
+  tableWaits = engine::isWaiting(*recentTable);
+  if (tableWaits) return nullptr;
+  engine::workOn(*recentTable);
+  return recentTable;
 }
+
+int noTableStatus() noexcept { return tableWaits ? engine::kLocked : 1; }
 
 void forgetTable(const engine::Table *table) noexcept {
   forgetRecent();

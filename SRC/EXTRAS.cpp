@@ -67,19 +67,19 @@ const char *zk_Db_getFileName(int32_t tableId) {
 
 int zk_Db_goRec(int32_t tableId, int32_t recordNumber) {
   engine::Table *table = tableById(tableId);
-  return table != nullptr ? table->go(recordNumber) : 1;
+  return table != nullptr ? table->go(recordNumber) : noTableStatus();
 }
 
 int zk_Db_locate(int32_t tableId, int32_t tagNumber, const char *condition) {
   engine::Table *table = tableById(tableId);
-  if (table == nullptr) return 1;
+  if (table == nullptr) return noTableStatus();
   selectOrder(*table, tagNumber);
   return engine::Locate::begin(*table, tagNumber, condition != nullptr ? condition : "");
 }
 
 int zk_Db_locateNext(int32_t tableId) {
   engine::Table *table = tableById(tableId);
-  if (table == nullptr) return 1;
+  if (table == nullptr) return noTableStatus();
   engine::Locate *locate = table->locate().get();
   if (locate == nullptr) {
     return table->context().fail(engine::kErrParameter, table->path().c_str());
@@ -99,7 +99,7 @@ int32_t zk_Db_getFldLength(int32_t tableId, const char *field) {
 
 int zk_Db_flush(int32_t tableId) {
   engine::Table *table = tableById(tableId);
-  return table != nullptr ? table->flush() : 1;
+  return table != nullptr ? table->flush() : noTableStatus();
 }
 
 int32_t zk_Db_getLockAttempts(void) {
@@ -181,7 +181,7 @@ int32_t zk_Tag_keyCount(int32_t tableId, int32_t number) {
 
 int zk_Tag_create(int32_t tableId, const char *fileName, const ZkTagInfo *tags, int32_t count) {
   engine::Table *table = tableById(tableId);
-  if (table == nullptr) return 1;
+  if (table == nullptr) return noTableStatus();
   if (tags == nullptr || count < 1) return table->context().fail(engine::kErrParameter, fileName);
   const int status = base::guarded(engine::kErrMemory, [&] {
     engine::TagDefinitions definitions;

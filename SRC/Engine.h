@@ -17,8 +17,11 @@ engine::Context *prepareAccess() noexcept;
 void applyAccessSettings(engine::Context &context) noexcept;
 
 // An open table by id, null for an unknown one; clears the last error, as every operation on a
-// table does first.
+// table does first. Null also for a table that a call further out is in the midst of: it waits for a
+// lock, and messages that came meanwhile led here.
 engine::Table *tableById(int32_t tableId) noexcept;
+// The status of an operation that got no table from tableById: 1, or 50.
+int noTableStatus() noexcept;
 
 // Tag numbers from here on name a table's tags by their place (zk_Tag_find), not by TAGnnn.
 constexpr int32_t kFirstPlacedTag = 0x40000000;

@@ -39,8 +39,7 @@ FldList *takeFirst(FldNode *&waiting, FldNode *&copy) {
   return entry.source;
 }
 
-// The value that a copy of the field has. String lists and unknown types are not copied: they
-// arrive as U. That is meant. Nested lists are left to the caller.
+// The value of a copy, without its nested list.
 NewValue copiedValue(const FldNode &field) {
   switch (kindOf(field.type)) {
     case ValueKind::kText:
@@ -52,7 +51,7 @@ NewValue copiedValue(const FldNode &field) {
     case ValueKind::kPoint:
       return pointValue(field.type, &field.value.point);
     case ValueKind::kFields:
-      return listValue(field.type, nullptr);
+      return listValue(nullptr);
     default:
       return unknownValue();
   }
@@ -110,7 +109,7 @@ void modifyToCopy(FldList *list, const char *name, const FldNode &field) {
   }
   OwnedFieldList nested = copyList(field.value.list);
   if (nested == nullptr) return;
-  if (modifyField(list, name, listValue(ZK_FLD_LIST, nested.get())) == ZK_FLD_OK) nested.release();
+  if (modifyField(list, name, listValue(nested.get())) == ZK_FLD_OK) nested.release();
 }
 
 // ---- Differences

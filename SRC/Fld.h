@@ -11,32 +11,16 @@
 
 namespace zk {
 
-// A value for a field, with its type code. Texts and points are borrowed; a list changes owner when
-// it is stored.
-struct NewValue {
-  char type;
-  union {
-    const char *text;
-    int32_t integer;
-    double real;
-    const ZkPoint *point;
-    LnkList *list;
-  };
-};
-
-inline NewValue textValue(char type, const char *text) noexcept { return {type, {.text = text}}; }
-inline NewValue integerValue(char type, int32_t integer) noexcept {
-  return {type, {.integer = integer}};
-}
-inline NewValue realValue(double real) noexcept { return {ZK_FLD_REAL, {.real = real}}; }
-inline NewValue pointValue(char type, const ZkPoint *point) noexcept {
-  return {type, {.point = point}};
-}
-inline NewValue listValue(char type, LnkList *list) noexcept { return {type, {.list = list}}; }
-inline NewValue unknownValue() noexcept { return {ZK_FLD_UNKNOWN, {.text = nullptr}}; }
-
 // What a value of that type consists of.
-enum class ValueKind { kText, kInteger, kReal, kPoint, kFields, kStrings, kNothing };
+enum class ValueKind : unsigned char {
+  kText,
+  kInteger,
+  kReal,
+  kPoint,
+  kFields,
+  kStrings,
+  kNothing
+};
 
 constexpr ValueKind kindOf(char type) noexcept {
   switch (type) {
@@ -62,6 +46,47 @@ constexpr ValueKind kindOf(char type) noexcept {
   }
 }
 
+// A value for a field, with its type code. Texts and points are borrowed; a list changes owner when
+// it is stored.
+struct NewValue {
+  char type;
+  ValueKind kind;
+  union {
+    const char *text;
+    int32_t integer;
+    double real;
+    const ZkPoint *point;
+    LnkList *list;
+  };
+};
+
+inline NewValue textValue(char type, const char *text) noexcept {
+  return {type, ValueKind::kText, {.text = text}};
+}
+inline NewValue integerValue(char type, int32_t integer) noexcept {
+  return {type, ValueKind::kInteger, {.integer = integer}};
+}
+inline NewValue realValue(double real) noexcept {
+  return {ZK_FLD_REAL, ValueKind::kReal, {.real = real}};
+}
+inline NewValue pointValue(char type, const ZkPoint *point) noexcept {
+  return {type, ValueKind::kPoint, {.point = point}};
+}
+inline NewValue listValue(FldList *list) noexcept {
+  return {ZK_FLD_LIST, ValueKind::kFields, {.list = list}};
+}
+inline NewValue stringsValue(StrList *list) noexcept {
+  return {ZK_FLD_STRLIST, ValueKind::kStrings, {.list = list}};
+}
+inline NewValue unknownValue() noexcept {
+  return {ZK_FLD_UNKNOWN, ValueKind::kNothing, {.text = nullptr}};
+}
+
+// String lists and unknown types are not copied: they arrive as U. That is meant.
+constexpr bool isCopied(ValueKind kind) noexcept {
+  return kind != ValueKind::kStrings && kind != ValueKind::kNothing;
+}
+
 inline FldNode *fieldOf(const LnkNode *element) noexcept {
   return element != nullptr ? static_cast<FldNode *>(element->data) : nullptr;
 }
@@ -73,8 +98,7 @@ inline const char *textOf(const FldNode &field) noexcept {
 
 // The exported functions' rules for one value of any type.
 FldNode *newField(const char *name, const NewValue &value) noexcept;
-// A copy without its nested list, which is null. String lists and unknown types are not copied:
-// they arrive as U. That is meant.
+// A copy without its nested list, which is null.
 FldNode *newFieldCopy(const FldNode &source) noexcept;
 int appendField(FldList *list, const char *name, const NewValue &value) noexcept;
 int modifyField(FldList *list, const char *name, const NewValue &value) noexcept;

@@ -107,37 +107,10 @@ int setFields(const char *file, const char *group, const FldList &list, bool upd
 
 using VariablesList = ComPtr<IZkVariablesList>;
 
-class Variant {
- public:
-  Variant() { VariantInit(&value_); }
-  ~Variant() { VariantClear(&value_); }
-  Variant(const Variant &) = delete;
-  Variant &operator=(const Variant &) = delete;
-
-  VARIANT *out() { return &value_; }
-  // "" for anything but a text. Throws std::bad_alloc.
-  base::String text() const {
-    return base::String(value_.vt == VT_BSTR ? platform::fromBstr(value_.bstrVal).c_str() : "");
-  }
-
- private:
-  VARIANT value_;
-};
-
+// 0 without a list, -1 when the call fails.
 LONG countOf(const VariablesList &list) {
   LONG count = 0;
-  return list && succeeded(list->Count(&count)) ? count : 0;
-}
-
-// The item at a 1-based position; empty when there is none.
-ComPtr<IZkVariablesItem> itemAt(const VariablesList &list, LONG position) {
-  VARIANT index;
-  VariantInit(&index);
-  index.vt = VT_I4;
-  index.lVal = position;
-  ComPtr<IZkVariablesItem> item;
-  if (!succeeded(list->Item(index, item.out()))) item.reset();
-  return item;
+  return !list || succeeded(list->Count(&count)) ? count : -1;
 }
 
 base::String nameOf(const ComPtr<IZkVariablesItem> &item) {
@@ -174,7 +147,7 @@ FldList *readGroup(const char *file, const char *group, bool expand, EmptyValues
 
   OwnedFieldList list(newList());
   for (LONG i = 1; i <= count; ++i) {
-    const auto item = itemAt(variables, i);
+    const auto item = itemAt(*variables.get(), i);
     if (!item || !list) return nullptr;
     const base::String name = nameOf(item);
     base::String value = valueOf(item);
@@ -208,8 +181,9 @@ bool forEachGroup(const char *file, const char *prefix, Visit visit) {
   };
   if (prefix == nullptr || !callCache(listGroups, file)) return false;
   const LONG count = countOf(groups);
+  if (count < 0) return false;
   for (LONG i = 1; i <= count; ++i) {
-    const auto item = itemAt(groups, i);
+    const auto item = itemAt(*groups.get(), i);
     if (!item) return false;
     const base::String name = nameOf(item);
     if (beginsWith(name, prefix) && !visit(name.c_str())) return false;

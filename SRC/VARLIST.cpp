@@ -15,29 +15,11 @@ namespace {
 constexpr std::size_t kTextLength = 299;
 constexpr std::size_t kNameLength = 127;
 
-class Variant {
- public:
-  Variant() { VariantInit(&value); }
-  ~Variant() { VariantClear(&value); }
-  Variant(const Variant &) = delete;
-  Variant &operator=(const Variant &) = delete;
-
-  VARIANT value;
-};
-
-VARIANT indexVariant(VARTYPE type, LONG index) {
-  VARIANT variant;
-  VariantInit(&variant);
-  variant.vt = type;
-  variant.lVal = index;
-  return variant;
-}
-
 bool ok(HRESULT result) { return SUCCEEDED(reportComError(result)); }
 
-base::String cut(const Bstr &text, std::size_t length) {
+base::String cut(const base::String &text, std::size_t length) {
   char buffer[kTextLength + 1];
-  copyBounded(buffer, text.text(), length);
+  copyBounded(buffer, text, length);
   return base::String(buffer);
 }
 
@@ -71,22 +53,14 @@ void appendItem(FldList &list, IZkVariablesItem &item) {
   Bstr name;
   Variant value;
   if (!ok(item.GetName(name.out())) || name.empty()) return;
-  if (!ok(item.GetValue(&value.value))) return;
-  const base::String fieldName = cut(name, kNameLength);
-  if (value.value.vt != VT_BSTR) {
-    appendVariant(list, fieldName.c_str(), value.value);
-    return;
+  if (!ok(item.GetValue(value.out()))) return;
+  const base::String fieldName = cut(name.text(), kNameLength);
+  if (value.isText()) {
+    appendField(&list, fieldName.c_str(),
+                textValue(ZK_FLD_CHAR, cut(value.text(), kTextLength).c_str()));
+  } else {
+    appendVariant(list, fieldName.c_str(), value.get());
   }
-  Bstr text;
-  std::swap(*text.out(), value.value.bstrVal);
-  appendField(&list, fieldName.c_str(), textValue(ZK_FLD_CHAR, cut(text, kTextLength).c_str()));
-}
-
-// Null for an item that cannot be had.
-ComPtr<IZkVariablesItem> itemAt(IZkVariablesList &list, LONG index) {
-  ComPtr<IZkVariablesItem> item;
-  if (!ok(list.Item(indexVariant(VT_I4, index), item.out()))) item.reset();
-  return item;
 }
 
 int appendVariables(IZkVariablesList &variables, FldList *&fields) {
@@ -115,12 +89,10 @@ bool insertAtEnd(IZkVariablesList &variables, const char *name, const char *valu
   if (!ok(variables.Count(&count))) return false;
   const Bstr key(Key(count + 1).text);
   const Bstr itemName(name);
-  Variant itemValue;
-  itemValue.value.vt = VT_BSTR;
-  itemValue.value.bstrVal = platform::toBstr(value, std::strlen(value));
-  if (!key.ok() || !itemName.ok() || itemValue.value.bstrVal == nullptr) return false;
+  const Variant itemValue(value);
+  if (!key.ok() || !itemName.ok() || !itemValue.isText()) return false;
   ComPtr<IZkVariablesItem> item;
-  return ok(variables.Add(key.get(), itemName.get(), itemValue.value, item.out()));
+  return ok(variables.Add(key.get(), itemName.get(), itemValue.get(), item.out()));
 }
 
 bool reset(IZkVariablesList &variables) {
@@ -174,7 +146,7 @@ using OwnedRecord = std::unique_ptr<DbFldList, RecordDestroyer>;
 // Leaves a field that cannot be read out; false when memory is refused.
 bool appendRead(DbFldList &record, IZkFieldList &list, LONG index) {
   ComPtr<IUnknown> object;
-  if (!ok(list.Item(indexVariant(VT_INT, index), object.out()))) return true;
+  if (!ok(list.Item(Variant(VT_INT, index).get(), object.out()))) return true;
   const auto field = queryInterface<IZkField>(object.get(), ZK_IID_FIELD);
   if (!field) return true;
   Bstr name;

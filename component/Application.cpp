@@ -120,7 +120,9 @@ HRESULT Application::GetValue(BSTR file, BSTR group, BSTR name, VARIANT_BOOL exp
     const IniFile::Group *found = ini != nullptr ? ini->group(textOf(group)) : nullptr;
     const auto *variable = found != nullptr ? found->variable(textOf(name)) : nullptr;
     if (variable == nullptr) return S_OK;
-    *result = newBstr(expand != VARIANT_FALSE ? expanded(variable->value) : variable->value);
+    // A copy: the library may ask for settings itself while it expands.
+    const std::string value = variable->value;
+    *result = newBstr(expand != VARIANT_FALSE ? expanded(value) : value);
     return S_OK;
   });
 }

@@ -2,9 +2,8 @@
 //
 //   [group]            a line whose first non-blank character is "["; the name goes on to the next
 //                      "]" or to the line's end
-//   name = value       the name is the text before the first "="; the value begins behind the run
-//   of
-//                      blanks and "=" that follows
+//   name = value       the name is the text before the first "="; the value begins behind the
+//                      blanks and "=" that follow
 //   ; comment
 //
 // Blanks around names and values do not belong to them. A line without "=" is a name without a

@@ -2,9 +2,8 @@
 //
 //   MSG_NO       the number, a text; the key
 //   MSG_NAME     the text in the user's language, with the escapes of zk_Msg_scanEsc
-//   MSG_ENGLISH  where there is such a field: the English text, case and all. Otherwise MSG_NO
-//   holds
-//                what texts without a number are found by
+//   MSG_ENGLIS   the English text, case and all. In a table without this field, MSG_NO holds what
+//                texts without a number are found by
 //
 // Blanks around keys and at the end of texts do not count, nor do deleted records and empty texts;
 // of equal keys the first counts. The table is read as a whole and closed, as a host may close all
@@ -12,7 +11,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <unordered_map>
 

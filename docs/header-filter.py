@@ -16,7 +16,8 @@ SECTION = re.compile(r"-{4,} (.*?) -{2,}\s*(.*)", re.DOTALL)
 # Also words that would be taken for commands, entities and dashes.
 SPECIAL = re.compile(r'[\\@&$#<>%"]|--|::')
 LISTED = re.compile(r" *- ")
-INDENT = 3  # what stands this far in is laid out by hand
+NUMBER = re.compile(r"((?:^|\. )\d+)\.(?= |$)")  # a sentence, not the start of a list
+INDENT = 2  # what stands this far in is laid out by hand
 
 
 def exported_names():
@@ -30,6 +31,7 @@ FUNCTIONS = exported_names()
 def prose(text):
     """Text that Doxygen shows as it is, with the functions in it linked."""
     text = SPECIAL.sub(lambda found: "\\" + found[0], text)
+    text = NUMBER.sub(r"\1&zwnj;.", text)
     return re.sub(r"\bzk_\w+\b(?!\()",
                   lambda found: "#" + found[0] if found[0] in FUNCTIONS else found[0], text)
 
@@ -49,7 +51,7 @@ def documentation(lines):
     for line in lines:
         indent = len(line) - len(line.lstrip())
         listed = bool(LISTED.match(line)) or (listed and indent > 0)
-        laid_out = line != "" and indent >= INDENT - 1 and not listed
+        laid_out = line != "" and indent >= INDENT and not listed
         if laid_out != block and (line != "" or not block):
             result.append("@verbatim" if laid_out else "@endverbatim")
             block = laid_out

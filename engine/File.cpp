@@ -10,6 +10,13 @@ using platform::LockKind;
 
 RangeLock *heldLocks = nullptr;
 
+const Table *worked = nullptr;
+struct WaitingCall {
+  const Table *table;
+  const WaitingCall *outer;
+};
+const WaitingCall *waitingCalls = nullptr;
+
 constexpr std::uint32_t kFirstPauseMicroseconds = 20;
 constexpr std::uint32_t kLongestPauseMicroseconds = 5000;
 // A file may be replaced between opening and locking it; more often than this means trouble.
@@ -183,6 +190,7 @@ int File::becomeOnlyOpener() noexcept {
       if (platform::openFile(path_.c_str(), platform::Access::kReadWrite,
                              platform::Creation::kOpenExisting, platform::Sharing::kNone,
                              handle_) == IoStatus::kOk) {
+        platform::identifyFile(handle_, identity_);
         return kOk;
       }
       if (!wait.again()) break;
@@ -200,12 +208,23 @@ int File::becomeOnlyOpener() noexcept {
   }
 }
 
+// Only a new handle can ask for less. Another program can be faster and keep this one out for a
+// while.
+void File::reopen() noexcept {
+  LockWait wait(*context_);
+  platform::closeFile(handle_);
+  IoStatus status;
+  do {
+    status = openAs(path_.c_str(), platform::Access::kReadWrite, platform::Creation::kOpenExisting);
+  } while (status != IoStatus::kOk && wait.again());
+  if (status != IoStatus::kOk) refused(kErrOpening);
+  refreshOthersMayWrite();
+}
+
 void File::allowOtherOpeners() noexcept {
   if (!handle_.valid() || mode_ == OpenMode::kExclusive) return;
   if (platform::hasShareModes()) {
-    platform::closeFile(handle_);
-    openHandle(path_.c_str(), platform::Access::kReadWrite, platform::Creation::kOpenExisting,
-               mode_);
+    reopen();
   } else {
     platform::lockRange(handle_, kPresenceByte, 1, LockKind::kShared);
   }
@@ -214,13 +233,31 @@ void File::allowOtherOpeners() noexcept {
 void File::settleIntoMode(OpenMode mode) noexcept {
   mode_ = mode;
   if (platform::hasShareModes()) {
-    platform::closeFile(handle_);
-    openHandle(path_.c_str(), platform::Access::kReadWrite, platform::Creation::kOpenExisting,
-               mode);
+    reopen();
   } else {
     takePresence();
     refreshOthersMayWrite();
   }
+}
+
+void workOn(const Table &table) noexcept { worked = &table; }
+
+bool isWaiting(const Table &table) noexcept {
+  for (const WaitingCall *call = waitingCalls; call != nullptr; call = call->outer) {
+    if (call->table == &table) return true;
+  }
+  return false;
+}
+
+bool isAnyWaiting() noexcept { return waitingCalls != nullptr; }
+
+bool waitForOthers(std::uint32_t microseconds) noexcept {
+  const WaitingCall call = {worked, waitingCalls};
+  waitingCalls = &call;
+  const bool goOn = platform::waitMicroseconds(microseconds);
+  waitingCalls = call.outer;
+  worked = call.table;
+  return goOn;
 }
 
 LockWait::LockWait(const Context &context) noexcept
@@ -233,7 +270,7 @@ bool LockWait::again() noexcept {
     if (deadline_ == 0) deadline_ = now + static_cast<std::uint64_t>(attempts_ - 1) * 1000;
     if (now >= deadline_) return false;
   }
-  const bool goOn = platform::waitMicroseconds(pause_);
+  const bool goOn = waitForOthers(pause_);
   pause_ = pause_ * 2 < kLongestPauseMicroseconds ? pause_ * 2 : kLongestPauseMicroseconds;
   return goOn;
 }

@@ -82,6 +82,7 @@ class File {
   platform::IoStatus openAs(const char *path, platform::Access access,
                             platform::Creation creation) noexcept;
   platform::IoStatus takePresence() noexcept;
+  void reopen() noexcept;
   int refused(int code, const char *text = nullptr) noexcept;
   void refreshOthersMayWrite() noexcept;
 
@@ -97,6 +98,9 @@ class File {
 
 // Waits for a lock that another program holds: polls at short, growing intervals, for about as many
 // seconds as the lock attempts say.
+//
+// Messages that are dispatched meanwhile can lead to other calls of the library. They must leave
+// alone the table that the waiting call is in the midst of.
 class LockWait {
  public:
   explicit LockWait(const Context &context) noexcept;
@@ -108,6 +112,15 @@ class LockWait {
   std::uint32_t pause_;
   std::uint64_t deadline_ = 0;
 };
+
+class Table;
+// The call that begins now works on that table.
+void workOn(const Table &table) noexcept;
+// Whether a call further out, which waits, works on it, or on any table.
+bool isWaiting(const Table &table) noexcept;
+bool isAnyWaiting() noexcept;
+// Waits so long, for what other programs do; false when the application is asked to quit.
+bool waitForOthers(std::uint32_t microseconds) noexcept;
 
 // A byte range held until the end of its scope. A lock that this process itself holds is not waited
 // for: the call that holds it cannot go on before this one returns.

@@ -11,6 +11,7 @@ namespace {
 using platform::IoStatus;
 
 constexpr char kNewSuffix[] = ".zknew";
+constexpr char kOldSuffix[] = ".zkold";
 
 base::String newNameOf(const base::String &path) { return path + kNewSuffix; }
 
@@ -41,6 +42,8 @@ void FilePair::closeFiles() noexcept {
 void FilePair::setPaths(const char *path) {
   tablePath_ = platform::finalPath(path);
   newTablePath_ = newNameOf(tablePath_);
+  asideName_ = tablePath_ + kOldSuffix;
+  platform::settleReplacement(tablePath_.c_str(), asideName_.c_str());
   // Beside the name that was given, as opening looks for it: that may be a link.
   memoPath_ = platform::finalPath(platform::nativePath(companionName(path, "FPT").c_str()).c_str());
 }
@@ -101,6 +104,17 @@ int FilePair::rename() noexcept {
   return replacing_ ? renameMemo() : kOk;
 }
 
+// The same with the table open, so that nobody comes in between.
+int FilePair::renameOpen(const File &liveTable) noexcept {
+  if (platform::replaceOpenFile(table_.handle(), newTablePath_.c_str(), liveTable.handle(),
+                                tablePath_.c_str(),
+                                asideName_.c_str()) != IoStatus::kOk) {
+    return refused(kErrRenaming, tablePath_);
+  }
+  tableInPlace_ = true;
+  return renameMemo();
+}
+
 int FilePair::renameMemo() noexcept {
   if (newMemoPath_.empty() ||
       platform::replaceFile(newMemoPath_.c_str(), memoPath_.c_str()) == IoStatus::kOk) {
@@ -124,17 +138,17 @@ int FilePair::replace(File &liveTable, Memo *liveMemo) {
   if (status != kOk) return status;
 
   if (platform::hasShareModes()) {
-    const OpenMode mode = liveTable.mode();
-    closeFiles();
-    liveTable.close();
+    // The memo files can be closed, as nobody else has the table.
+    memo_.file().close();
     if (liveMemo != nullptr) liveMemo->file().close();
-    status = rename();
-    const OpenMode now = status == kOk ? OpenMode::kExclusive : mode;
-    const int opened = liveTable.open(context_, tablePath_.c_str(), now, true);
-    if (status == kOk) status = opened;
+    status = renameOpen(liveTable);
+    if (tableInPlace_) {
+      table_.setPath(std::move(tablePath_));
+      liveTable.takeOver(table_);
+    }
     if (liveMemo != nullptr) {
-      const int memoOpened = liveMemo->open(context_, memoPath_.c_str(), now);
-      if (status == kOk) status = memoOpened;
+      const int opened = liveMemo->open(context_, memoPath_.c_str(), liveTable.mode());
+      if (status == kOk) status = opened;
     }
     return status;
   }
@@ -154,6 +168,10 @@ int FilePair::replace(File &liveTable, Memo *liveMemo) {
     liveMemo->file().takeOver(memo_.file());
   }
   return status;
+}
+
+void FilePair::settle(const char *path) {
+  platform::settleReplacement(path, (base::String(path) + kOldSuffix).c_str());
 }
 
 int FilePair::completeInterrupted(File &table, const char *memoPath) {

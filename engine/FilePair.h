@@ -39,6 +39,8 @@ class FilePair {
   // Whether the new table is the table now, whatever became of its memo file.
   bool tableInPlace() const noexcept { return tableInPlace_; }
 
+  // To be called before a table is opened: a replacement can be in the midst of it.
+  static void settle(const char *path);
   // Finishes a replacement that died after its table was in place. To be called before the memo
   // file of `table` is opened.
   static int completeInterrupted(File &table, const char *memoPath);
@@ -48,6 +50,7 @@ class FilePair {
   int holdExisting(bool withMemo);
   int createFiles(bool withMemo);
   int rename() noexcept;
+  int renameOpen(const File &liveTable) noexcept;
   int renameMemo() noexcept;
   void closeFiles() noexcept;
   int refused(int code, const base::String &path) noexcept {
@@ -55,7 +58,7 @@ class FilePair {
   }
 
   Context &context_;
-  base::String tablePath_, newTablePath_;
+  base::String tablePath_, newTablePath_, asideName_;
   base::String memoPath_;
   base::String newMemoPath_;  // empty without memos
   File existing_;             // the table that a new one replaces

@@ -143,7 +143,7 @@ int IndexFile::waitForWriters(RangeLock &lock) noexcept {
   for (int i = 0; i < kLooks; ++i) {
     const int status = refresh();
     if (status != kLocked) return status;
-    if (!platform::waitMicroseconds(kPauseMicroseconds)) return kLocked;
+    if (!waitForOthers(kPauseMicroseconds)) return kLocked;
   }
   return fallBehind();
 }

@@ -62,6 +62,14 @@ struct LeafForm {
     trailingMask = maskOf(trailingBits);
     return true;
   }
+
+  // The two counts of an entry, of 8 bits at most.
+  std::size_t duplicateOf(std::uint64_t entry) const {
+    return static_cast<std::size_t>(entry >> duplicateAt & duplicateMask);
+  }
+  std::size_t trailingOf(std::uint64_t entry) const {
+    return static_cast<std::size_t>(entry >> trailingAt & trailingMask);
+  }
 };
 
 // The fill bytes at the end of a key. Whole words are looked at where there are.
@@ -204,8 +212,8 @@ LeafKeys::Result LeafKeys::read(const IndexPage &page, const KeyLayout &layout) 
   std::size_t before = 0;  // bytes of the key before
   for (; entries != entriesEnd; entries += entryBytes, key += length) {
     const std::uint64_t entry = readEntry(entries, entryBytes, pageEnd);
-    const std::size_t duplicate = entry >> form.duplicateAt & form.duplicateMask;
-    const std::size_t trailing = entry >> form.trailingAt & form.trailingMask;
+    const std::size_t duplicate = form.duplicateOf(entry);
+    const std::size_t trailing = form.trailingOf(entry);
     if (duplicate + trailing > length || duplicate > before) return Result::kDamaged;
     const std::size_t size = length - duplicate - trailing;
     if (size > static_cast<std::size_t>(stored - entriesEnd)) return Result::kDamaged;
@@ -239,8 +247,8 @@ LeafSearch::Result LeafSearch::find(const IndexPage &page, const KeyLayout &layo
   std::size_t before = 0;  // bytes of the key before
   for (at = 0; at < form.count; ++at, entries += form.entryBytes) {
     const std::uint64_t entry = readEntry(entries, form.entryBytes, pageEnd);
-    const std::size_t duplicate = entry >> form.duplicateAt & form.duplicateMask;
-    const std::size_t trailing = entry >> form.trailingAt & form.trailingMask;
+    const std::size_t duplicate = form.duplicateOf(entry);
+    const std::size_t trailing = form.trailingOf(entry);
     if (duplicate + trailing > length || duplicate > before) return Result::kDamaged;
     const std::size_t size = length - duplicate - trailing;
     if (size > static_cast<std::size_t>(stored - entriesEnd)) return Result::kDamaged;

@@ -141,6 +141,7 @@ Table *Table::open(Context &context, const char *name) noexcept {
 int Table::openFiles(const char *name) {
   const base::String path = platform::nativePath(withDefaultExtension(name, "DBF").c_str());
   const auto mode = static_cast<OpenMode>(context_.settings.openMode);
+  FilePair::settle(path.c_str());
   int status = file_.open(context_, path.c_str(), mode, true);
   if (status != kOk) return status;
   FieldFacts facts;

@@ -67,6 +67,14 @@ bool hasShareModes() noexcept;
 
 // Renames within a directory, replacing `to` at once when it exists.
 IoStatus replaceFile(const char *from, const char *to) noexcept;
+// The same while both are open, by handles that keep everybody else out (Sharing::kNone); `from`
+// stays open, `to` is gone when it is closed. Windows: `to` is moved to the name `aside` first, and
+// for a moment there is no file of its name.
+IoStatus replaceOpenFile(NativeFile from, const char *fromPath, NativeFile to, const char *toPath,
+                         const char *aside) noexcept;
+// When somebody is in the midst of that, waits for the end of it; takes it back when the program
+// died there.
+void settleReplacement(const char *path, const char *aside) noexcept;
 IoStatus removeFile(const char *path) noexcept;
 bool pathExists(const char *path) noexcept;
 // Gives `to` the permissions and, where allowed, the owner of `from`.

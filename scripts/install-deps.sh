@@ -1,5 +1,6 @@
 #!/bin/sh
-# Installs the Debian packages that are missing for the groups named: build, test, bench, fuzz.
+# Installs the Debian packages that are missing for the groups named: build, test, windows,
+# bench, fuzz, docs.
 set -eu
 
 packages=
@@ -9,9 +10,11 @@ for group in "$@"; do
                      nlohmann-json3-dev" ;;
     test) packages="$packages libgtest-dev libgmock-dev locales python3 python3-dbfread pgdbf
                     libdbd-xbase-perl" ;;
+    windows) packages="$packages g++-mingw-w64-i686-posix googletest dpkg-dev" ;;
     fuzz) packages="$packages clang libclang-rt-dev" ;;
     bench) packages="$packages libbenchmark-dev libsqlite3-dev libglib2.0-dev" ;;
-    *) echo "usage: $0 [build] [test] [bench] [fuzz]" >&2; exit 2 ;;
+    docs) packages="$packages doxygen python3" ;;
+    *) echo "usage: $0 [build] [test] [windows] [bench] [fuzz] [docs]" >&2; exit 2 ;;
   esac
 done
 

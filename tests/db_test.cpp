@@ -1162,7 +1162,8 @@ TEST_F(DbTest, TableFacts) {
   EXPECT_EQ(info.readOnly, 0);
   EXPECT_EQ(info.memoBlockSize, 0);
   EXPECT_STREQ(zk_Db_readOnlyReason(table), "");
-  EXPECT_EQ(fs::path(zk_Db_getFileName(table)).filename(), "t.dbf");
+  EXPECT_EQ(zk_Str_cmpi(fs::path(zk_Db_getFileName(table)).filename().string().c_str(), "t.dbf"), 0)
+      << "found in any spelling; which one it is depends on the system";
   zk_Db_closeDb(table);
 
   patchFile(path("t.dbf"), 1, std::string("\x63\x0D\x01", 3));  // the 13th month

@@ -2,14 +2,14 @@
 #include "engine/Expression.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <time.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
+#include <thread>
 
 #include "base/Memory.h"
 #include "engine/Calendar.h"
@@ -74,8 +74,7 @@ struct Allocations {
 class ExpressionTest : public testing::Test {
  protected:
   ExpressionTest() {
-    folder_ = testing::TempDir() + "/zk_expression_XXXXXX";
-    EXPECT_NE(mkdtemp(folder_.data()), nullptr);
+    folder_ = support::newFolder("zk_expression_").string();
     context_.settings.showErrorBoxes = false;
   }
   ~ExpressionTest() override {
@@ -696,16 +695,7 @@ TEST_F(ExpressionTest, UpperCaseFollowsTheCodePage) {
   }
 }
 
-// Moves the clock by changing the time zone.
-void setZone(const char *zone) {
-  setenv("TZ", zone, 1);
-  tzset();
-}
-
 TEST_F(ExpressionTest, TheMomentStaysWithinARun) {
-  const char *zone = std::getenv("TZ");
-  const std::string before = zone != nullptr ? zone : "";
-  setZone("UTC0");
   Table &table = parts();
   const Owned<Expression> expression = compiled(table, "DTOS(DATE())+TIME()");
   Value value{};
@@ -716,19 +706,12 @@ TEST_F(ExpressionTest, TheMomentStaysWithinARun) {
   EXPECT_EQ(first[10], ':');
   EXPECT_EQ(first[13], ':');
 
-  setZone("XYZ-7");
+  std::this_thread::sleep_for(std::chrono::milliseconds(1100));
   ASSERT_EQ(expression->evaluate(value), 0);
   EXPECT_EQ(value.text, first);
   expression->beginRun();
   ASSERT_EQ(expression->evaluate(value), 0);
-  EXPECT_NE(value.text.substr(0, 10), first.substr(0, 10));  // day and hour
   EXPECT_NE(value.text, first);
-  if (zone != nullptr) {
-    setZone(before.c_str());
-  } else {
-    unsetenv("TZ");
-    tzset();
-  }
 }
 
 }  // namespace

@@ -1,11 +1,5 @@
 #include "tests/file_calls.h"
 
-#include <cerrno>
-#include <cstdio>
-
-#include <dlfcn.h>
-#include <unistd.h>
-
 namespace file_calls {
 namespace {
 
@@ -16,12 +10,11 @@ int exitCode = 1;
 int readsLeft = 0;
 std::function<void()> actBeforeRead;
 
-// What is to be done with a call.
-enum class Fate { kWhole, kHalf, kFails };
+}  // namespace
 
-bool ends(Disturbance kind) {
-  return kind == Disturbance::kEndBefore || kind == Disturbance::kEndHalfway ||
-         kind == Disturbance::kEndAfter;
+bool endsTheProgram() {
+  return disturbance == Disturbance::kEndBefore || disturbance == Disturbance::kEndHalfway ||
+         disturbance == Disturbance::kEndAfter;
 }
 
 Fate arrive() {
@@ -32,7 +25,7 @@ Fate arrive() {
     case Disturbance::kEndAfter:
       return Fate::kWhole;
     case Disturbance::kEndBefore:
-      _exit(exitCode);
+      endAtOnce(exitCode);
     case Disturbance::kEndHalfway:
       return Fate::kHalf;
     case Disturbance::kFailOnce:
@@ -47,33 +40,22 @@ Fate arrive() {
   return Fate::kWhole;
 }
 
-void leave() {
-  if (target != 0 && calls == target && ends(disturbance)) _exit(exitCode);
-}
-
-// The system's own function of that name.
-template <typename Function>
-Function *next(const char *name) {
-  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
-
-// A call that is done or not.
-template <typename Call>
-int whole(int error, Call call) {
+bool arriveWhole() {
   const Fate fate = arrive();
-  if (fate == Fate::kFails || (fate == Fate::kHalf && !ends(disturbance))) {
-    errno = error;
-    return -1;
-  }
-  if (fate == Fate::kHalf) _exit(exitCode);
-  const int result = call();
-  leave();
-  return result;
+  if (fate == Fate::kHalf && endsTheProgram()) endAtOnce(exitCode);
+  return fate == Fate::kWhole;
 }
 
-}  // namespace
+void leave() {
+  if (target != 0 && calls == target && endsTheProgram()) endAtOnce(exitCode);
+}
+
+void arriveAtRead() {
+  if (readsLeft > 0 && --readsLeft == 0) actBeforeRead();
+}
 
 void disturb(int n, Disturbance kind) {
+  watchCalls();
   calls = 0;
   target = n;
   disturbance = kind;
@@ -82,6 +64,7 @@ void disturb(int n, Disturbance kind) {
 void setExitCode(int code) { exitCode = code; }
 
 void beforeRead(int n, const std::function<void()> &act) {
+  watchCalls();
   readsLeft = n;
   actBeforeRead = act;
 }
@@ -93,52 +76,3 @@ bool calm() {
 }
 
 }  // namespace file_calls
-
-#define SEEN_BY_THE_LIBRARY extern "C" __attribute__((visibility("default")))
-
-SEEN_BY_THE_LIBRARY ssize_t pwrite(int file, const void *bytes, size_t size, off_t offset) {
-  using namespace file_calls;
-  static const auto write = next<ssize_t(int, const void *, size_t, off_t)>("pwrite");
-  const Fate fate = arrive();
-  if (fate == Fate::kFails) {
-    errno = ENOSPC;
-    return -1;
-  }
-  const ssize_t written = write(file, bytes, fate == Fate::kHalf ? (size + 1) / 2 : size, offset);
-  leave();
-  return written;
-}
-
-SEEN_BY_THE_LIBRARY ssize_t pread(int file, void *bytes, size_t size, off_t offset) {
-  using namespace file_calls;
-  static const auto read = next<ssize_t(int, void *, size_t, off_t)>("pread");
-  if (readsLeft > 0 && --readsLeft == 0) actBeforeRead();
-  return read(file, bytes, size, offset);
-}
-
-// Nobody waits for the disk here: the system keeps what a program wrote, however it ends.
-SEEN_BY_THE_LIBRARY int fdatasync(int) {
-  return file_calls::whole(EIO, [] { return 0; });
-}
-
-SEEN_BY_THE_LIBRARY int rename(const char *from, const char *to) noexcept {
-  using namespace file_calls;
-  static const auto move = next<int(const char *, const char *)>("rename");
-  return whole(EIO, [=] { return move(from, to); });
-}
-
-// What makes room never fails.
-
-SEEN_BY_THE_LIBRARY int ftruncate(int file, off_t length) noexcept {
-  using namespace file_calls;
-  static const auto truncate = next<int(int, off_t)>("ftruncate");
-  if (!ends(disturbance)) return truncate(file, length);
-  return whole(EIO, [=] { return truncate(file, length); });
-}
-
-SEEN_BY_THE_LIBRARY int unlink(const char *path) noexcept {
-  using namespace file_calls;
-  static const auto remove = next<int(const char *)>("unlink");
-  if (!ends(disturbance)) return remove(path);
-  return whole(EIO, [=] { return remove(path); });
-}

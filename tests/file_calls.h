@@ -1,7 +1,6 @@
 // The library's calls that change files, counted, and the n-th of them disturbed: the program ends
-// there, or the disk is full. And its reads, so that something can happen between two of them. The
-// library's calls come here because a program's own functions go before the system's of the same
-// name.
+// there, or the disk is full. And its reads, so that something can happen between two of them. How
+// the library's calls come here is the system's matter: posix_file_calls.cpp, windows_file_calls.cpp.
 #pragma once
 
 #include <functional>
@@ -28,5 +27,27 @@ bool calm();
 
 // Does something just before the n-th read of a file from now on, counted from 1; 0: never.
 void beforeRead(int n, const std::function<void()> &act);
+
+// Windows: the next `count` reads and writes fail with that error of the system's; how many of them
+// are still to come.
+void refuse(int error, int count);
+int refusalsLeft();
+
+// ---- For the functions that stand in the place of the system's
+
+// What is to be done with a call.
+enum class Fate { kWhole, kHalf, kFails };
+
+// From now on the library's calls come here.
+void watchCalls();
+[[noreturn]] void endAtOnce(int code);
+
+// Counts a call that changes files; `leave` when it has been done.
+Fate arrive();
+void leave();
+// The same for a call that cannot be done by half: whether it is done.
+bool arriveWhole();
+void arriveAtRead();
+bool endsTheProgram();
 
 }  // namespace file_calls

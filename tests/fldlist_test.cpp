@@ -346,6 +346,27 @@ TEST(FldListChanges, ModifyKeepsThePlaceOrAppends) {
   }
 }
 
+// Texts change between the node's own block and others without loss.
+TEST(FldListChanges, TextsInAnyBlockAreReleased) {
+  const Fields list(zk_FldList_create("C", 'C', "text", ZK_END));
+  for (const char *text : {"a", "a longer text", "", "an even longer text"}) {
+    EXPECT_EQ(zk_FldNode_updateFldValue(zk_FldList_find(list.get(), "C"), text), 1);
+    EXPECT_EQ(describe(list), std::string("C=C'") + text + "'");
+    EXPECT_EQ(zk_FldList_modHandle(list.get(), "C", text), ZK_FLD_OK);
+    EXPECT_EQ(zk_FldList_modChar(list.get(), "C", text), ZK_FLD_OK);
+  }
+  // A node that a host has put together.
+  auto *node = static_cast<FldNode *>(zk_Calloc(1, sizeof(FldNode)));
+  node->name = zk_Str_dup("HOST");
+  node->type = ZK_FLD_HANDLE;
+  node->value.text = zk_Str_dup("its text");
+  zk_LnkList_insEnd(list.get(), node);
+  const Fields copy(zk_FldList_copy(list.get()));
+  EXPECT_EQ(describe(copy), describe(list));
+  EXPECT_EQ(zk_FldList_modInt(list.get(), "host", 1), ZK_FLD_OK);
+  EXPECT_EQ(describe(list), "C=C'an even longer text', HOST=I1");
+}
+
 TEST(FldListChanges, AFieldsOwnTextMayBeGiven) {
   const Fields list(zk_FldList_create("C", 'C', "own text", ZK_END));
   const FldNode *node = zk_FldList_find(list.get(), "C");

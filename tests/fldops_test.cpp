@@ -278,7 +278,6 @@ TEST_F(FldListPrint, Lines) {
   const Fields list = sample();
   zk_FldList_appInt(list.get(), nullptr, 5);
   zk_FldList_appReal(list.get(), "A_NAME_OF_21_LETTERS_", 1e15);
-  const std::string name(13, ' ');
   const std::string lines =
       "C                C:text\n"
       "H                H:KEY\n"

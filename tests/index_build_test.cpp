@@ -4,10 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/resource.h>
 
 #include <bit>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -26,6 +24,7 @@
 #include "engine/TagWriter.h"
 #include "engine/WorkFile.h"
 #include "support.h"
+#include "tests/file_calls.h"
 
 namespace {
 
@@ -236,9 +235,7 @@ TagDefinition plain(const char *name, const char *expression) {
 class IndexBuildTest : public testing::Test {
  protected:
   IndexBuildTest() : before_(fs::current_path()) {
-    std::string folder = testing::TempDir() + "/zk_index_XXXXXX";
-    EXPECT_NE(mkdtemp(folder.data()), nullptr);
-    folder_ = folder;
+    folder_ = support::newFolder("zk_index_");
     fs::current_path(folder_);
     context_.settings.showErrorBoxes = false;
   }
@@ -251,7 +248,7 @@ class IndexBuildTest : public testing::Test {
 
   std::set<std::string> files() const {
     std::set<std::string> names;
-    for (const auto &entry : fs::directory_iterator(folder_)) names.insert(entry.path().filename());
+    for (const auto &entry : fs::directory_iterator(folder_)) names.insert(entry.path().filename().string());
     return names;
   }
 
@@ -365,7 +362,7 @@ TEST_F(IndexBuildTest, SortingThroughAWorkingFileGivesTheSameFile) {
   context_.progress = [](const char *stage, int64_t part, int64_t whole, void *) {
     EXPECT_TRUE(stage == std::string("Sorting") || stage == std::string("Creating Tag")) << stage;
     done = part, total = whole;
-    for (const auto &entry : fs::directory_iterator(".")) seen.insert(entry.path().filename());
+    for (const auto &entry : fs::directory_iterator(".")) seen.insert(entry.path().filename().string());
   };
   // 16 records at a time and then some: two rounds of merges, one round, a few runs.
   for (const std::size_t budget : {std::size_t{1}, std::size_t{8000}, std::size_t{100000}}) {
@@ -461,7 +458,7 @@ TEST_F(IndexBuildTest, AWorkingFileTakesTheNextFreeSecond) {
     WorkFile file(context_, kFakeClock);
     ASSERT_EQ(file.create(), 0);
     ASSERT_EQ(file.write(5, "x", 1), 0);
-    EXPECT_EQ(readFile("TEMP0001.TMP").size(), 6u);
+    EXPECT_EQ(fs::file_size("TEMP0001.TMP"), 6u);
     char byte = 0;
     EXPECT_EQ(file.read(6, &byte, 1), kErrReading);
   }
@@ -485,13 +482,20 @@ TEST_F(IndexBuildTest, AWorkingFileTakesTheNextFreeSecond) {
 }
 
 TEST_F(IndexBuildTest, AWorkingFileGoesToTheTemporaryDirectoryWhereTheCurrentOneRefuses) {
-  fs::create_directory("tmp");
-  const char *const old = std::getenv("TMPDIR");
-  const std::string kept = old != nullptr ? old : "";
-  setenv("TMPDIR", (folder_ / "tmp").c_str(), 1);
   fs::create_directory("gone");
   fs::current_path("gone");
-  fs::remove(folder_ / "gone");
+  std::error_code refused;
+  if (!fs::remove(folder_ / "gone", refused)) {
+    fs::current_path(folder_);
+    GTEST_SKIP() << "no directory refuses here: the current one cannot be removed";
+  }
+  fs::create_directory(folder_ / "tmp");
+  const char *const old = std::getenv("TMPDIR");
+  static std::string before;
+  static std::string during;
+  before = std::string("TMPDIR=") + (old != nullptr ? old : "/tmp");
+  during = "TMPDIR=" + (folder_ / "tmp").string();
+  putenv(during.data());
   fakeSecond = 42;
   {
     WorkFile file(context_, kFakeClock);
@@ -502,7 +506,7 @@ TEST_F(IndexBuildTest, AWorkingFileGoesToTheTemporaryDirectoryWhereTheCurrentOne
   fs::remove(folder_ / "tmp");
   WorkFile file(context_, kFakeClock);
   EXPECT_EQ(file.create(), kErrCreating);
-  old != nullptr ? setenv("TMPDIR", kept.c_str(), 1) : unsetenv("TMPDIR");
+  putenv(before.data());
   fs::current_path(folder_);
 }
 
@@ -652,18 +656,15 @@ TEST_F(IndexBuildTest, RefusedMemoryLeavesNothingBehind) {
 
 TEST_F(IndexBuildTest, AFullDiskLeavesNothingBehind) {
   Table &table = openRows(randomRows(20000, 5));
-  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit old{};
-  getrlimit(RLIMIT_FSIZE, &old);
-  const rlimit full = {100000, old.rlim_max};
-  for (const std::size_t budget : {std::size_t{50000}, KeySorter::kDefaultBudget}) {
-    setrlimit(RLIMIT_FSIZE, &full);
+  // In the midst of the sorted runs, or at once in the index file.
+  for (const auto &[budget, write] : {std::pair{std::size_t{50000}, 3},
+                                      std::pair{KeySorter::kDefaultBudget, 1}}) {
+    file_calls::disturb(write, file_calls::Disturbance::kFailFromThere);
     const int status = build(table, {plain("COUNT", "COUNT")}, budget);
-    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_TRUE(file_calls::calm());
     EXPECT_EQ(status, kErrWriting);
     EXPECT_EQ(files(), std::set<std::string>{"t.dbf"});
   }
-  std::signal(SIGXFSZ, oldHandler);
 }
 
 // ---- Keys of what is sought

@@ -301,6 +301,8 @@ TEST(Matrix, ArithmeticOfEverySize) {
     const Matrix c = makeMatrix(n, n, square);
     EXPECT_EQ(zk_Matrix_multiply(a.get(), a.get(), c.get()), 1);
     EXPECT_EQ(numbersOf(a), productOf(left, square, m, n, n));
+    EXPECT_EQ(zk_Matrix_multiply(b.get(), c.get(), b.get()), 1);
+    EXPECT_EQ(numbersOf(b), productOf(square, right, n, n, k));
     EXPECT_EQ(zk_Matrix_multiply(c.get(), c.get(), c.get()), 1);
     EXPECT_EQ(numbersOf(c), productOf(square, square, n, n, n));
     const Matrix d = makeMatrix(n, n, square);
@@ -497,7 +499,9 @@ TEST(RotMatrix, TurnsOfTheAxes) {
 
 // The rotation of a point is that of a one-column matrix, to the sign of a zero.
 TEST(RotMatrix, RotatesAsMatricesMultiply) {
-  EXPECT_FALSE(std::signbit(rotated(makeRotation(Numbers(9, 1.0)), {-0.0, -0.0, -0.0}).y));
+  for (const double zero : numbersOf(rotated(makeRotation(Numbers(9, 1.0)), {-0.0, -0.0, -0.0}))) {
+    EXPECT_FALSE(std::signbit(zero));
+  }
   Random random;
   for (int round = 0; round < kRounds; ++round) {
     const Numbers r = random.numbers(9);
@@ -678,7 +682,7 @@ TEST(Quaternion, FromParallelVectors) {
   const ZkVector z{0, 0, -4};
   EXPECT_EQ(zk_RotMatrix_fromVectors(rotation.get(), &z, &from, &to), 1);
   expectNear(numbersOf(rotation), {-1, 0, 0, 0, -1, 0, 0, 0, 1});
-  EXPECT_NE(numbersOf(rotation)[1], 0) << "not turned by the rounded half turn";
+  EXPECT_NEAR(numbersOf(rotation)[1], std::sin(kRoundedPi), 1e-14);  // half a turn as rounded
   const ZkVector none{0, 0, 1e-5};
   EXPECT_EQ(zk_RotMatrix_fromVectors(rotation.get(), &none, &from, &to), 1);
   expectNear(numbersOf(rotated(rotation, unit(from))), numbersOf(unit(to)));
@@ -708,8 +712,12 @@ TEST(TMatrix, PartsAndTransformation) {
   EXPECT_EQ(zk_TMatrix_setOrigin(matrix.get(), &origin), 1);
   EXPECT_EQ(numbersOf(matrix), (Numbers{1, 2, 3, -1, 5, 6, 7, -2, 9, 10, 11, -3, 0, 0, 0, 1}));
   // Rotating replaces the rotation that was there and keeps the rest.
+  const Numbers turned = {0, 0, -1, -1, 0, 1, 0, -2, 1, 0, 0, -3, 0, 0, 0, 1};
+  const Matrix copy = makeMatrix(4, 4);
+  EXPECT_EQ(zk_TMatrix_rotate(copy.get(), matrix.get(), 0, kPi / 2, 0), 1);
+  expectNear(numbersOf(copy), turned);
   EXPECT_EQ(zk_TMatrix_rotate(matrix.get(), matrix.get(), 0, kPi / 2, 0), 1);
-  expectNear(numbersOf(matrix), {0, 0, -1, -1, 0, 1, 0, -2, 1, 0, 0, -3, 0, 0, 0, 1});
+  expectNear(numbersOf(matrix), turned);
   const ZkPoint from{1, 1, 1};
   const ZkPoint to{2, 4, 8};
   EXPECT_EQ(zk_TMatrix_createForTranslation(matrix.get(), &from, &to), 1);

@@ -1,7 +1,7 @@
 // Other programs for tests: the test program, started again in a role. A role speaks with the test
 // by lines through its standard input and output, and can be killed at any moment.
 //
-// Everything here that a system does in its own way is in processes.cpp.
+// What a system does in its own way is in posix_processes.cpp and windows_processes.cpp.
 #pragma once
 
 #include <chrono>
@@ -15,6 +15,9 @@ namespace processes {
 
 using Arguments = std::vector<std::string>;
 using Milliseconds = std::chrono::milliseconds;
+
+// What stands before the role when this program is started again.
+constexpr char kRoleOption[] = "--role";
 
 // What a program started in a role does instead of running tests; gives its exit code. Roles are
 // made known by static objects.
@@ -47,7 +50,11 @@ class Process {
   int wait();
 
  private:
+  bool send(const std::string &bytes);
+  // Adds what comes within that time to received_; false when nothing does.
+  bool receive(Milliseconds patience);
   void closeInput();
+  void closeOutput();
 
   std::intptr_t process_ = -1;
   std::intptr_t input_ = -1;
@@ -57,7 +64,7 @@ class Process {
 };
 
 // Runs the work in a copy of this program as it stands, which is ended afterwards without closing
-// anything: its exit code, or -1 when it was killed.
+// anything: its exit code, or -1 when it was killed. Windows has no such copies.
 int inACopy(const std::function<int()> &work);
 
 // Ends this program as hung when the next call does not come within so many seconds; 0: none comes.
@@ -80,5 +87,9 @@ class ByteLock {
 
 // A named pipe in the file system, which blocks a careless opener; false where there are none.
 bool makeNamedPipe(const std::string &path);
+
+// For the program's start, before it plays a role or runs tests.
+void prepareRole();
+void prepareTests();
 
 }  // namespace processes

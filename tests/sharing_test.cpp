@@ -505,6 +505,48 @@ int worker(const Arguments &arguments) {
 }
 const processes::Role workerRole("worker", worker);
 
+// Looks whether what the workers said is in the table, and nothing else.
+void expectWorkOf(const std::string &file, const std::vector<std::string> &said) {
+  struct Found {
+    std::map<int, int> versionOf;
+    int versions = 0;
+  };
+  std::vector<Found> found(said.size());
+  const int32_t table = openTable(file);
+  int32_t records = 0;
+  for (int status = zk_Db_topRec(table, -1); status == 0; status = zk_Db_nextRec(table, -1)) {
+    ++records;
+    ASSERT_TRUE(isWhole(table));
+    const std::size_t who = static_cast<std::size_t>(zk_Db_getFldInt(table, "WHO"));
+    const int version = zk_Db_getFldInt(table, "VER");
+    EXPECT_TRUE(found.at(who).versionOf.emplace(zk_Db_getFldInt(table, "SEQ"), version).second)
+        << "doubled";
+    found[who].versions += version;
+  }
+  for (std::size_t who = 0; who < said.size(); ++who) {
+    const Found &f = found[who];
+    EXPECT_EQ(std::to_string(f.versionOf.size()) + " " + std::to_string(f.versions), said[who]);
+    EXPECT_TRUE(f.versionOf.empty() ||
+                f.versionOf.rbegin()->first == static_cast<int>(f.versionOf.size()) - 1);
+  }
+  EXPECT_EQ(zk_Db_getRecordCount(table), records);
+  EXPECT_EQ(support::littleAt(support::readFile(file), 4, 4), static_cast<std::uint64_t>(records));
+}
+
+// For tests of programs of several systems: makes the workers' table, or looks at it: the table,
+// then what each worker said.
+int tableMaker(const Arguments &arguments) {
+  return zk_Db_closeDb(support::createTable(arguments[0], kWorkFields));
+}
+const processes::Role tableMakerRole("table maker", tableMaker);
+
+int inspector(const Arguments &arguments) {
+  expectWorkOf(arguments[0], Arguments(arguments.begin() + 1, arguments.end()));
+  zk_Db_closeAll();
+  return testing::Test::HasFailure() ? 1 : 0;
+}
+const processes::Role inspectorRole("inspector", inspector);
+
 TEST_F(Sharing, NothingIsLostDoubledOrTorn) {
   constexpr int kWorkers = 4;
   ASSERT_EQ(zk_Db_closeDb(support::createTable(file_, kWorkFields)), 0);
@@ -517,33 +559,7 @@ TEST_F(Sharing, NothingIsLostDoubledOrTorn) {
     said.push_back(process->line().value_or("(none)"));
     EXPECT_EQ(process->wait(), 0);
   }
-
-  struct Found {
-    std::map<int, int> versionOf;
-    int versions = 0;
-  };
-  Found found[kWorkers];
-  const int32_t table = openTable(file_);
-  int32_t records = 0;
-  for (int status = zk_Db_topRec(table, -1); status == 0; status = zk_Db_nextRec(table, -1)) {
-    ++records;
-    ASSERT_TRUE(isWhole(table));
-    const int who = zk_Db_getFldInt(table, "WHO");
-    const int version = zk_Db_getFldInt(table, "VER");
-    EXPECT_TRUE(found[who].versionOf.emplace(zk_Db_getFldInt(table, "SEQ"), version).second)
-        << "doubled";
-    found[who].versions += version;
-  }
-  for (int who = 0; who < kWorkers; ++who) {
-    const Found &f = found[who];
-    EXPECT_EQ(std::to_string(f.versionOf.size()) + " " + std::to_string(f.versions),
-              said[static_cast<std::size_t>(who)]);
-    EXPECT_TRUE(f.versionOf.empty() ||
-                f.versionOf.rbegin()->first == static_cast<int>(f.versionOf.size()) - 1);
-  }
-  EXPECT_EQ(zk_Db_getRecordCount(table), records);
-  const std::string bytes = bytesOf("T.DBF");
-  EXPECT_EQ(support::littleAt(bytes, 4, 4), static_cast<std::uint64_t>(records));
+  expectWorkOf(file_, said);
 }
 
 // Opens and closes, and each time finds every record.

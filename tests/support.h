@@ -38,6 +38,13 @@ inline std::string readFile(const std::string &path) {
   return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "(missing)";
 }
 
+// A text file, whatever the system ends its lines with.
+inline std::string readText(const std::string &path) {
+  std::string text = readFile(path);
+  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+  return text;
+}
+
 inline void writeFile(const std::string &path, std::string_view bytes) {
   std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
 }
@@ -185,6 +192,14 @@ inline std::string tableBytes(unsigned version, const std::vector<FileField> &fi
   return bytes + '\x1A';
 }
 
+// A new folder whose name begins so, in the tests' temporary directory.
+inline fs::path newFolder(const std::string &start) {
+  for (int i = 0;; ++i) {
+    const fs::path folder = testing::TempDir() + "/" + start + std::to_string(i);
+    if (fs::create_directory(folder)) return folder;
+  }
+}
+
 // ---- Fixture
 
 // Each test has an empty folder of its own; at its end every table is closed.
@@ -192,12 +207,7 @@ class TableTest : public testing::Test {
  protected:
   TableTest() {
     const testing::TestInfo *info = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string start =
-        testing::TempDir() + "/zk_" + info->test_suite_name() + "_" + info->name() + "_";
-    for (int i = 0; folder_.empty(); ++i) {
-      const fs::path folder = start + std::to_string(i);
-      if (fs::create_directory(folder)) folder_ = folder;
-    }
+    folder_ = newFolder(std::string("zk_") + info->test_suite_name() + "_" + info->name() + "_");
     zk_Db_init();
   }
   ~TableTest() override {

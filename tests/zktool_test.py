@@ -4,7 +4,8 @@
 Independent readers (python3-dbfread, pgdbf, libdbd-xbase-perl) check what zktool writes and reads.
 Tables written by other programs are taken from ZK_TEST_DATA (default: ../shared/data beside the
 checkout); those tests are skipped when the folder is absent. ZK_TABLE_EDITOR names the program
-table_editor, which changes records; without it, what needs changed records is skipped.
+table_editor, which changes records; without it, what needs changed records is skipped. ZK_LIBRARY
+names the library; what needs the application component is skipped when that is not beside it.
 """
 
 import csv
@@ -32,6 +33,8 @@ import dbfread
 ZKTOOL = ""
 HERE = os.path.dirname(os.path.abspath(__file__))
 TABLE_EDITOR = os.environ.get("ZK_TABLE_EDITOR", "")
+LIBRARY = os.environ.get("ZK_LIBRARY", "")
+COMPONENT = os.path.join(os.path.dirname(LIBRARY), "JNApplication2.so")
 DATA = os.environ.get("ZK_TEST_DATA", os.path.join(HERE, "..", "..", "shared", "data"))
 
 
@@ -129,6 +132,14 @@ class Usage(Case):
             ("import", table),
             ("import", table, "x.csv", "--append", "--fields", "A,C,1"),
             ("pack",),
+            ("ini",),
+            ("ini", "get", "x.ini", "GROUP"),
+            ("ini", "set", "x.ini", "GROUP", "NAME"),
+            ("env", "expand"),
+            ("messages", "list", "../GERMAN", "--directory", "."),
+            ("messages", "list", "--format", "xml"),
+            ("messages", "import", "GERMAN"),
+            ("messages", "import", "a/b", "x.csv"),
         ]
         for fields in ["", ";", "A", "A,C", "A,C,0", "A,C,x", "A,N,5,5", "A,N,5,-1", "A,N,300",
                        "A,Q,4",
@@ -897,6 +908,258 @@ class Check(Case):
                          r"In use by another program \(-50\)")
         busy.stdout.read()
         busy.wait(60)
+
+
+class Settings(Case):
+    """INI files, texts with settings in them, and how commands find the network directory."""
+
+    def setUp(self):
+        super().setUp()
+        before = os.environ.get("ZK_CONFIG_DIR")
+        self.addCleanup(lambda: os.environ.pop("ZK_CONFIG_DIR") if before is None
+                        else os.environ.update(ZK_CONFIG_DIR=before))
+        os.environ["ZK_CONFIG_DIR"] = self.directory
+        self.ini = self.path("zk.ini")
+
+    @unittest.skipUnless(os.path.exists(COMPONENT), "no component beside the library")
+    def test_ini(self):
+        self.write("zk.ini", "; hands off\r\n[General]\r\nJN = C:\\Plant  \r\nEmpty=\r\n\r\n[Last]\r\n")
+        for name, value in [("jn", "%JN%\\new"), ("NEGATIVE", "-5"), ("Other", "a = b ; c")]:
+            self.assertEqual(self.ok("ini", "set", self.ini, "GENERAL", name, "--", value), b"")
+            self.assertEqual(self.ok("ini", "get", self.ini, "general", name.upper()),
+                             value.encode() + b"\n")
+        self.ok("ini", "set", self.ini, "New", "A", "1")
+        self.assertEqual(self.ok("ini", "list", self.ini), b"General\nLast\nNew\n")
+        self.assertEqual(self.ok("ini", "list", self.ini, "GENERAL"),
+                         b"JN=%JN%\\new\nNEGATIVE=-5\nOTHER=a = b ; c\n")
+        text = self.contents()["zk.ini"]
+        for kept in [b"; hands off\r\n[General]\r\n", b"Empty=\r\n", b"[Last]\r\n"]:
+            self.assertIn(kept, text)
+
+        self.ok("ini", "set", self.path("fresh.ini"), "G", "N", "value")
+        self.assertIn(b"value", self.contents()["fresh.ini"])
+
+        self.assertIn("no value of EMPTY in [GENERAL]",
+                      self.fails(1, "ini", "get", self.ini, "GENERAL", "EMPTY"))
+        self.assertIn("no group [Nowhere]", self.fails(1, "ini", "list", self.ini, "Nowhere"))
+        self.assertIn("absent.ini: no such file",
+                      self.fails(1, "ini", "get", self.path("absent.ini"), "G", "N"))
+        self.assertIn("cannot be stored", self.fails(1, "ini", "set", self.ini, "G", "N", "a\nb"))
+        os.chmod(self.ini, 0o444)
+        self.assertIn("is read-only", self.fails(1, "ini", "set", self.ini, "GENERAL", "JN", "x"))
+        self.assertEqual(self.contents()["zk.ini"], text)
+
+    @unittest.skipUnless(os.path.exists(COMPONENT), "no component beside the library")
+    def test_settings_come_from_zk_ini_and_the_environment(self):
+        os.environ["ZK_TEST_SETTING"] = "from outside"
+        self.addCleanup(os.environ.pop, "ZK_TEST_SETTING")
+        self.assertEqual(self.ok("env", "expand", "<%ZK_TEST_SETTING%> 100%% %NOBODY%."),
+                         b"<from outside> 100% .\n")
+        self.ok("ini", "set", self.ini, "GENERAL", "ZK_TEST_SETTING", "from zk.ini")
+        self.assertEqual(self.ok("env", "expand", "%zk_test_setting%"), b"from zk.ini\n")
+        self.assertIn("longer than", self.fails(1, "env", "expand", "x" * 511))
+
+        source = self.write("in.csv", "id,text\nTOOL_1,eins\n")
+        self.assertIn("no network directory", self.fails(1, "messages", "import", "GERMAN", source))
+        os.mkdir(self.path("Net"))
+        self.ok("ini", "set", self.ini, "GENERAL", "JN", self.path("Net"))
+        self.ok("messages", "import", "German", source)
+        self.assertTrue(os.path.exists(self.path("Net/language/TOOL_GERMAN.dbf")))
+        self.assertIn(b"TOOL_GERMAN         1\n", self.ok("messages", "list"))
+
+    @unittest.skipUnless(LIBRARY, "where the library is, is not known (ZK_LIBRARY)")
+    def test_without_a_component(self):
+        shutil.copy(LIBRARY, self.path("libzk_baselib.so.0"))
+        alone = {**os.environ, "LD_LIBRARY_PATH": self.directory, "HOME": "/home/me"}
+        self.write("zk.ini", "[GENERAL]\nHOME=zk.ini\n")
+        for arguments in [("get", self.ini, "GENERAL", "HOME"), ("list", self.ini),
+                          ("set", self.ini, "GENERAL", "HOME", "x")]:
+            self.assertIn("component JNApplication2", self.fails(1, "ini", *arguments, env=alone))
+        self.assertEqual(run("env", "expand", "%HOME%", env=alone).stdout, b"/home/me\n")
+
+
+class Messages(Case):
+    FIRST = ("id,english,text\r\n"
+             "TOOL_216,Unable to allocate,Kein Speicher für\r\n"
+             "217,,\"Bytes, \"\"frei\"\"\"\r\n"
+             "dbcols,Length,Länge\r\n"
+             "DBCols,Weight,Gewicht\r\n"
+             "TOOL,Unable to start,Start unmöglich\r\n"
+             "Host-App_12,,Zwölf\r\n")
+
+    def import_messages(self, content, *options):
+        return self.ok("messages", "import", "german", self.write("in.csv", content), "--directory",
+                       self.path("language"), *options).decode()
+
+    def rows(self, prefix):
+        """As dbfread sees them: number, text, English text. The table must be without findings."""
+        path = self.path(f"language/{prefix}_GERMAN.dbf")
+        self.ok("check", path)
+        self.assertRegex(self.ok("info", path).decode(), r"TAG000 .* unique +MSG_NO\n")
+        table = dbfread.DBF(path, encoding="utf-8")
+        self.assertEqual(table.field_names, ["MSG_NO", "MSG_NAME", "MSG_ENGLIS"])
+        return [tuple(value or "" for value in record.values()) for record in table]
+
+    def listed(self, *options):
+        text = self.ok("messages", "list", "GERMAN", "--format", "csv", "--directory",
+                       self.path("language"), *options).decode()
+        return sorted(tuple(row) for row in csv.reader(io.StringIO(text, newline="")))
+
+    def test_tables_are_made(self):
+        self.assertRegex(self.import_messages(self.FIRST),
+                         r"TOOL_GERMAN.dbf: 3 messages added, 0 changed, 0 as before\n\Z")
+        self.assertEqual(self.rows("TOOL"), [
+            ("216", "Kein Speicher für", "Unable to allocate"), ("217", 'Bytes, "frei"', ""),
+            ("000001", "Start unmöglich", "Unable to start")])
+        self.assertEqual(self.rows("DBCOLS"),
+                         [("000001", "Länge", "Length"), ("000002", "Gewicht", "Weight")])
+        self.assertEqual(self.rows("HOST-APP"), [("12", "Zwölf", "")])
+        self.assertEqual(self.ok("messages", "list", "--directory", self.path("language")).split(),
+                         [b"TABLE", b"MESSAGES", b"-" * 15, b"-" * 8, b"DBCOLS_GERMAN", b"2",
+                          b"HOST-APP_GERMAN", b"1", b"TOOL_GERMAN", b"3"])
+
+    def test_a_list_can_be_imported_again(self):
+        self.import_messages(self.FIRST)
+        before = self.listed()
+        self.assertIn(("TOOL", "Unable to start", "Start unmöglich"), before)
+        copy = self.write("copy.csv", self.ok("messages", "list", "german", "--format", "csv",
+                                              "--directory", self.path("language")))
+        self.assertRegex(self.ok("messages", "import", "GERMAN", copy, "--directory",
+                                 self.path("language")), rb"TOOL_.* 0 messages added, 0 changed, 3 as")
+        shutil.rmtree(self.path("language"))
+        self.ok("messages", "import", "GERMAN", copy, "--directory", self.path("language"))
+        self.assertEqual(self.listed(), before)
+
+    def test_messages_are_changed_and_added(self):
+        self.import_messages(self.FIRST)
+        self.assertRegex(
+            self.import_messages("Number,Text,English\nTOOL_216,Voll,\nTOOL_9,neun,\n"
+                                 "tool,Kein Start, Unable to start \nTOOL,zwei,Other\n"
+                                 "TOOL_217,\"Bytes, \"\"frei\"\"\",\n"),
+            r"TOOL_GERMAN.dbf: 2 messages added, 2 changed, 1 as before\n")
+        expected = [("216", "Voll", "Unable to allocate"), ("217", 'Bytes, "frei"', ""),
+                    ("000001", "Kein Start", "Unable to start"), ("9", "neun", ""),
+                    ("000002", "zwei", "Other")]
+        self.assertEqual(self.rows("TOOL"), expected)
+        for prefix, count in [("DBCOLS", 2), ("HOST-APP", 1)]:
+            self.assertEqual(len(self.rows(prefix)), count)
+
+        # Longer than their fields: the table is written anew, at last with memos.
+        long_text, long_english = "lang " * 100 + "!", "long " * 60 + "."
+        for text, english in [("x" * 60, ""), (long_text, ""), ("kurz", long_english)]:
+            self.import_messages(f"id,text,english\n216,{text},{english}\n1234567,{text},\n")
+            expected[0] = ("216", text, english or expected[0][2])
+            expected[5:] = [("1234567", text, "")]
+            self.assertEqual(self.rows("TOOL"), expected)
+        self.assertEqual(sorted(os.listdir(self.path("language")))[-3:],
+                         ["TOOL_GERMAN.cdx", "TOOL_GERMAN.dbf", "TOOL_GERMAN.fpt"])
+
+    def test_an_index_that_is_missing_or_behind(self):
+        self.import_messages(self.FIRST)
+        table = self.path("language/TOOL_GERMAN.dbf")
+        index = self.path("language/TOOL_GERMAN.cdx")
+        os.rename(index, self.path("old.cdx"))
+        self.import_messages("id,text\nTOOL_1,eins\n")
+        self.assertEqual(len(self.rows("TOOL")), 4)
+        self.assertRegex(self.ok("seek", table, "216").decode(), r"MSG_NAME +Kein")
+        os.rename(self.path("old.cdx"), index)
+        source = self.write("in.csv", "id,text\nTOOL_2,zwei\n")
+        again = ("messages", "import", "GERMAN", source, "--directory", self.path("language"))
+        self.assertIn("TOOL_GERMAN.cdx: ", self.fails(1, *again))
+        run("check", table, "--repair")
+        self.ok(*again)
+        self.assertEqual(len(self.rows("TOOL")), 5)
+
+    def test_equal_english_texts_are_kept_apart(self):
+        content = "id,english,text\nTOOL_5,Open,auf\nTOOL,Open,offen\nTOOL_6,Open,auf\n"
+        self.import_messages(content)
+        self.assertIn(" 0 changed, 3 as before", self.import_messages(content))
+        self.assertEqual([row[:2] for row in self.rows("TOOL")],
+                         [("5", "auf"), ("000001", "offen"), ("6", "auf")])
+
+    def test_tables_without_english_texts_get_them(self):
+        os.mkdir(self.path("language"))
+        make_table(self.path("language/DBCOLS_GERMAN.dbf"),
+                   [("MSG_NO", "C", 10, 0), ("MSG_NAME", "C", 10, 0)],
+                   [b" Length    Lang      ", b" 7         sieben    "])
+        self.assertEqual(self.listed()[:2],
+                         [("DBCOLS", "Length", "Lang"), ("DBCOLS_7", "", "sieben")])
+        self.import_messages("id,english,text\nDBCols,Length,Weite\nDBCols,Weight,Gewicht\n")
+        self.assertEqual(self.rows("DBCOLS"), [("Length", "Weite", "Length"), ("7", "sieben", ""),
+                                               ("000001", "Gewicht", "Weight")])
+
+    @unittest.skipUnless(os.access(TABLE_EDITOR, os.X_OK), "no table_editor (ZK_TABLE_EDITOR)")
+    def test_deleted_messages_come_back(self):
+        self.import_messages(self.FIRST)
+        subprocess.run([TABLE_EDITOR, self.path("language/TOOL_GERMAN.dbf"), "0"], check=True,
+                       input=b"delete 1\ndelete 2\n", timeout=60)
+        self.assertEqual(len(self.rows("TOOL")), 1)
+        self.assertNotIn("TOOL_216", [row[0] for row in self.listed()])
+        self.import_messages(self.FIRST)
+        self.assertEqual([row[0] for row in self.rows("TOOL")], ["216", "217", "000001"])
+
+    def test_while_another_program_has_the_table_open(self):
+        rows = "".join(f"TOOL_{i},{i:05}{'x' * 200}\n" for i in range(2000))
+        self.import_messages("id,text\n" + rows)
+        table = self.path("language/TOOL_GERMAN.dbf")
+        reader = subprocess.Popen([ZKTOOL, "cat", table, "--format", "csv"], stdout=subprocess.PIPE)
+        try:
+            reader.stdout.read(1)  # the table is open until all has been read
+            self.import_messages("id,text\nTOOL_5,fünf\nTOOL_2000,neu\n")
+            source = self.write("in.csv", f"id,text\nTOOL_6,{'y' * 300}\n")
+            self.assertIn("no other program may have the table open",
+                          self.fails(1, "messages", "import", "german", source, "--directory",
+                                     self.path("language")))
+        finally:
+            reader.stdout.read()
+            reader.stdout.close()
+            reader.wait()
+        listed = dict((row[0], row[2]) for row in self.listed())
+        self.assertEqual((len(listed), listed["TOOL_5"], listed["TOOL_6"][:7], listed["TOOL_2000"]),
+                         (2002, "fünf", "00006xx", "neu"))  # with the header
+        self.ok("check", table)
+
+    def test_faults_change_nothing(self):
+        self.import_messages(self.FIRST)
+        os.mkdir(self.path("other"))
+        make_table(self.path("other/HOST_GERMAN.dbf"), [("MSG_NO", "N", 6, 0)], [])
+        make_table(self.path("other/MORE_GERMAN.dbf"),
+                   [("MSG_NO", "C", 6, 0), ("MSG_NAME", "C", 5, 0), ("MINE", "C", 1, 0)],
+                   [b" 1     one  x"])
+        cases = [
+            ("", "no header line"),
+            ("id,english\n", "needs the columns id and text"),
+            ("id,text,txt\n", "line 1, column 3: is none of id, english and text"),
+            ("id,text,ID\n", "line 1, column 3: is there already"),
+            ("id,text\nTOOL_1,a\nTOOL_2\n", "line 3, column 1: the row has 1 values"),
+            ("id,text\n,a\n", "line 2, column 1: is no message id"),
+            ("id,text\n_5,a\n", "line 2, column 1: is no message id"),
+            ("id,text\n../TOOL_5,a\n", "line 2, column 1: is no message id"),
+            ("id,text\nDBCols,a\n", "line 2, column 1: an id without a number needs an English"),
+            ("id,text\nTOOL_1,a\ntool_1,b\n", "line 3, column 1: the message is there already"),
+            ("id,text,english\nDBCols,a,E\nDBCOLS,b, E\n", "the message is there already"),
+            (f"id,text\nTOOL_{'1' * 200},a\n", "is too long for a message id"),
+            ("id,text\nHOST_1,a\n", "HOST_GERMAN.dbf: is no message table"),
+            ("id,text\nMORE_1,longer\n", "MORE_GERMAN.dbf: a text does not fit, and with field MINE"),
+        ]
+        before = {**self.tree("language"), **self.tree("other")}
+        for content, message in cases:
+            with self.subTest(content=content):
+                source = self.write("in.csv", content)
+                for directory in ["language", "other"] if "_GERMAN" not in message else ["other"]:
+                    self.assertIn(message, self.fails(1, "messages", "import", "GERMAN", source,
+                                                      "--directory", self.path(directory)))
+        self.assertEqual({**self.tree("language"), **self.tree("other")}, before)
+        self.ok("messages", "import", "GERMAN", self.write("in.csv", "id,text\nMORE_1,uno\n"),
+                "--directory", self.path("other"))
+        self.assertEqual(self.csv_rows("other/MORE_GERMAN.dbf")[1:], [["1", "uno", "x"]])
+
+    def tree(self, name):
+        result = {}
+        for entry in os.scandir(self.path(name)):
+            with open(entry.path, "rb") as file:
+                result[entry.path] = file.read()
+        return result
 
 
 # Independent readers: each gives rows of values in the form of normal().

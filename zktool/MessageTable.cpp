@@ -15,6 +15,8 @@ constexpr const char *kNumberField = "MSG_NO";
 constexpr const char *kTextField = "MSG_NAME";
 constexpr const char *kEnglishField = "MSG_ENGLIS";
 
+constexpr const char *kTag = "TAG000";  // the name by which the library selects it
+
 constexpr int kRunningDigits = 6;
 constexpr int kLongestCharacters = 254;
 constexpr int kMemoWidth = 10;
@@ -23,6 +25,10 @@ constexpr int kExclusive = 2;
 
 bool isDigits(const std::string &text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool isRunning(const std::string &number) {
+  return number.size() == kRunningDigits && number[0] == '0' && isDigits(number);
 }
 
 const Field *findField(const Table &table, const char *name) {
@@ -63,6 +69,8 @@ std::vector<Message> readAll(Table &table) {
     Message message;
     message.number = withoutBlanks(readText(table, number));
     message.english = withoutBlanks(readText(table, english));
+    // Without such a field, texts that have no number have the English one as their key.
+    if (english == nullptr && !hasNumber(message.number)) message.english = message.number;
     message.text = readText(table, text);
     message.record = zk_Db_getRecordNo(table.id());
     message.deleted = table.deleted();
@@ -76,7 +84,7 @@ class Merge {
  public:
   explicit Merge(std::vector<Message> stored) {
     for (Message &message : stored) {
-      if (isRunningNumber(message.number)) running_ = std::max(running_, std::stoi(message.number));
+      if (isRunning(message.number)) running_ = std::max(running_, std::stoi(message.number));
       keep(std::move(message), false);
     }
   }
@@ -97,8 +105,11 @@ class Merge {
 
  private:
   void keep(Message message, bool mustBeWritten) {
-    byNumber_.emplace(message.number, messages_.size());
-    if (!message.english.empty()) byEnglish_.emplace(message.english, messages_.size());
+    if (hasNumber(message.number)) {
+      byNumber_.emplace(message.number, messages_.size());
+    } else {
+      byEnglish_.emplace(message.english, messages_.size());
+    }
     messages_.push_back(std::move(message));
     mustBeWritten_.push_back(mustBeWritten);
   }
@@ -130,7 +141,7 @@ class Merge {
   std::vector<Message> messages_;
   std::vector<bool> mustBeWritten_;
   std::map<std::string, std::size_t> byNumber_;
-  std::map<std::string, std::size_t> byEnglish_;  // the first of equal ones, as for lookups
+  std::map<std::string, std::size_t> byEnglish_;  // of those without a number
   int running_ = 0;
   MessageCounts counts_;
 };
@@ -198,24 +209,25 @@ void appendMessage(Table &table, const Message &message) {
   table.append();
 }
 
+bool hasIndex(const Table &table) {
+  const std::vector<Tag> tags = table.tags();
+  return std::any_of(tags.begin(), tags.end(), [](const Tag &tag) {
+    return tag.isNamed(kTag) && zk_Str_cmpi(tag.expression.c_str(), kNumberField) == 0;
+  });
+}
+
 // The index beside the table, whether every program opens it with the table or not; a new one where
 // there is none.
 void openIndex(Table &table) {
-  const auto hasTag = [&table] {
-    const std::vector<Tag> tags = table.tags();
-    return std::any_of(tags.begin(), tags.end(), [](const Tag &tag) {
-      return zk_Str_cmpi(tag.expression.c_str(), kNumberField) == 0;
-    });
-  };
-  if (hasTag()) return;
+  if (hasIndex(table)) return;
   const std::string stem = table.name().substr(0, table.name().rfind('.'));
   if (zk_File_exists((stem + ".cdx").c_str()) != 0) table.openIndex(stem);
-  if (hasTag()) return;
-  char name[] = "MSG_NO";
-  char expression[] = "MSG_NO";
-  const ZkTagInfo tag = {name, expression, nullptr, 1, 0};
-  const int status = zk_Tag_create(table.id(), stem.c_str(), &tag, 1);
-  if (status != 0) throw libraryFailure(stem + ".cdx", status);
+  if (hasIndex(table)) return;
+  std::string name = kTag;
+  std::string expression = kNumberField;
+  const ZkTagInfo tag = {name.data(), expression.data(), nullptr, 1, 0};
+  const int status = zk_Tag_create(table.id(), nullptr, &tag, 1);
+  if (status != 0) throw libraryFailure(table.name(), status);
 }
 
 void writeChanges(Table &table, const Merge &merged) {
@@ -261,8 +273,15 @@ void requireNoOtherFields(const Table &table) {
   }
 }
 
+Table openAlone(const std::string &file) try {
+  return Table(file, kExclusive);
+} catch (const Failure &failure) {
+  throw Failure(std::string(failure.what()) +
+                "; a text is longer than its field, so no other program may have the table open");
+}
+
 MessageCounts widen(const std::string &file, const std::vector<Message> &wanted) {
-  Table table(file, kExclusive);
+  Table table = openAlone(file);
   const Merge merged = merge(readAll(table), wanted);
   requireNoOtherFields(table);
   const std::vector<Field> fields = planFields(merged.messages(), &table);
@@ -279,9 +298,7 @@ MessageId splitMessageId(const std::string &id) {
   return {id.substr(0, line), id.substr(line + 1)};
 }
 
-bool isRunningNumber(const std::string &number) {
-  return number.size() == kRunningDigits && number[0] == '0' && isDigits(number);
-}
+bool hasNumber(const std::string &key) { return isDigits(key) && !isRunning(key); }
 
 bool isMessageTable(const Table &table) {
   return isText(findField(table, kNumberField), "C") && isText(findField(table, kTextField), "CM");

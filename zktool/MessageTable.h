@@ -5,8 +5,8 @@
 //   MSG_NAME    the text in that language
 //   MSG_ENGLIS  the English text (a field name has 10 characters)
 //
-// Texts are of type C, or M where one is longer than 254 bytes. The table's own index has a tag on
-// MSG_NO. Blanks around numbers and English texts do not count.
+// Texts are of type C, or M where one is longer than 254 bytes. The table's own index has the tag
+// TAG000 on MSG_NO. Blanks around numbers and English texts do not count.
 #pragma once
 
 #include <cstdint>
@@ -34,10 +34,12 @@ struct Message {
 
 bool isMessageTable(const Table &table);
 
-// The records that are not marked as deleted, in record order; with a running number as `number` of
-// those without one, see isRunningNumber. Throws Failure for another table.
+// The records that are not marked as deleted, in record order, with their keys as `number`. Throws
+// Failure for another table.
 std::vector<Message> readMessages(Table &table);
-bool isRunningNumber(const std::string &number);
+
+// Whether a record with that key has a number: one of a message id, not a running one.
+bool hasNumber(const std::string &key);
 
 struct MessageCounts {
   int added = 0;

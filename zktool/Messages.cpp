@@ -187,7 +187,7 @@ void listTexts(const std::vector<fs::path> &files, const MessagesOptions &option
     if (prefix.empty()) continue;
     Table table(file.string(), 0);
     for (const Message &message : readMessages(table)) {
-      const bool numbered = !isRunningNumber(message.number);
+      const bool numbered = hasNumber(message.number);
       writer->record(
           {numbered ? prefix + "_" + message.number : prefix, message.english, message.text},
           false);

@@ -8,8 +8,9 @@
  * open; a call with anything else than int, double and pointers, or with another result, needs the
  * function's true type:
  *
- *     typedef double(ZK_CALL *BusyFn)(float part);
- *     ((BusyFn)zk_mfcDlgBusy_setText)(0.5f);
+ *     typedef double(ZK_CALL *PartFn)(float part);
+ *     PartFn setPart = (PartFn)(void (*)(void))zk_mfcDlgBusy_setText;
+ *     setPart(0.5f);
  *
  * The sibling is looked for at every call: a module of that name that the process has loaded; else
  * the file ("ZK_DLGLIB.dll", on Linux "ZK_DLGLIB.so") in the directory of zk_Sys_getBinDir; else,

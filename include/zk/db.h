@@ -28,6 +28,10 @@
  * records are collected in memory and written by the block: until zk_Db_flush or zk_Db_closeDb a
  * dying program loses the last of them, and the table opens with whole records.
  *
+ * While the library waits for another program's lock it dispatches the thread's window messages
+ * (Windows). What they lead to may use other tables; on the table that is waited for every call
+ * gives 50 or finds nothing. When the application is asked to quit the wait ends with 50.
+ *
  * Field names are matched without regard to case or trailing blanks.
  */
 #ifndef ZK_DB_H
@@ -70,11 +74,12 @@ ZK_API int32_t ZK_CALL zk_Db_createDb(const char *fileName, const DbFldList *fie
 ZK_API int ZK_CALL zk_Db_freeFldInfo(ZkFieldInfo *fields, int32_t count);
 
 /* Writes a pending change, closes the table and removes its id and its tag ids. The engine's close
- * status: 0, or the code of what could not be written. The id is gone in any case. */
+ * status: 0, or the code of what could not be written. The id is gone in any case, but not when the
+ * table is in use by a call that waits for a lock and dispatches messages (Windows): 50. */
 ZK_API int ZK_CALL zk_Db_closeDb(int32_t tableId);
 
-/* Closes every table and empties the registries; later opens work. The engine's status, or 1 when
- * nothing was ever opened. */
+/* Closes every table and empties the registries; later opens work. The engine's status; 1 when
+ * nothing was ever opened; 50, and nothing is closed, from within such a wait. */
 ZK_API int ZK_CALL zk_Db_closeAll(void);
 
 /* Not supported: always -1. */

@@ -78,11 +78,12 @@ ZK_API const char *ZK_CALL zk_Fname_fullPath(const char *path);
 /* ---- Existence, access, times ------------------------------------------------------------------
  */
 
-/* 1 when the path is a file; 0 for a directory. */
+/* 1 when the path is a file; 0 for a directory. The application component answers; without one, the
+ * disk. */
 ZK_API int ZK_CALL zk_File_exists(const char *path);
 
-/* Has the application component refresh its view of the path: 1. 0 when no component is available,
- * as is always so in this version; nothing happens then. */
+/* Has the application component refresh its view of the path: 1. 0 when no component is available;
+ * nothing happens then. */
 ZK_API int ZK_CALL zk_File_revalidate(const char *path);
 
 /* Whether a file or directory exists (mode 0) and can be written (2), read (4), or both (6). Any

@@ -68,7 +68,7 @@ enum {
 
 /* The value of a field: the member that its type code names. */
 typedef union FldValue {
-  char *text; /* a block of its own, or null */
+  char *text; /* or null */
   int32_t integer;
   double real;
   ZkPoint point;
@@ -77,10 +77,12 @@ typedef union FldValue {
 } FldValue;
 
 /* One field. The offsets are those of the 32-bit library; with 8-byte pointers type and markers are
- * 4 and the value 8 more. Hosts may read a node and change its value within its type. A text that a
- * host stores itself comes from zk_Malloc. */
+ * 4 and the value 8 more. Hosts may read a node and change its value within its type.
+ *
+ * A name and a text lie in the node's own block or in blocks of their own: only the library can
+ * tell and releases them. Change a text with zk_FldNode_updateFldValue or the mod functions. */
 typedef struct FldNode {
-  char *name;     /*  0: a block of its own, in upper case; null for a field without a name */
+  char *name;     /*  0: in upper case; null for a field without a name */
   char type;      /*  4: the type code */
   char marker1;   /*  5: 1 in a new node, never looked at */
   char marker2;   /*  6: 0 in a new node, never looked at */

@@ -171,6 +171,13 @@ IoStatus replaceFile(const char *from, const char *to) noexcept {
   return std::rename(from, to) == 0 ? IoStatus::kOk : statusOf(errno);
 }
 
+IoStatus replaceOpenFile(NativeFile, const char *fromPath, NativeFile, const char *toPath,
+                         const char *) noexcept {
+  return replaceFile(fromPath, toPath);
+}
+
+void settleReplacement(const char *, const char *) noexcept {}
+
 IoStatus removeFile(const char *path) noexcept {
   return ::unlink(path) == 0 ? IoStatus::kOk : statusOf(errno);
 }

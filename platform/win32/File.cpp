@@ -63,6 +63,8 @@ OVERLAPPED at(std::uint64_t offset) {
 // One system call moves at most this much.
 constexpr std::size_t kLargestTransfer = 1u << 30;
 
+constexpr int kLongestPath = 1024;
+
 DWORD transferSize(std::size_t size) {
   return static_cast<DWORD>(size < kLargestTransfer ? size : kLargestTransfer);
 }
@@ -72,15 +74,44 @@ FileIdentity identityOf(const BY_HANDLE_FILE_INFORMATION &facts) {
           static_cast<std::uint64_t>(facts.nFileIndexHigh) << 32 | facts.nFileIndexLow};
 }
 
+// Renames a file by its handle, which was opened for that; what has the name is replaced.
+IoStatus moveOpenFile(NativeFile file, const char *path) {
+  struct {
+    FILE_RENAME_INFO info;  // its last member is the name's first unit
+    WCHAR name[kLongestPath];
+  } order = {};
+  char full[kLongestPath];
+  const DWORD length = GetFullPathNameA(path, sizeof full, full, nullptr);
+  if (length == 0 || length >= sizeof full) return IoStatus::kFailed;
+  const int units = MultiByteToWideChar(CP_ACP, 0, full, -1, order.info.FileName, kLongestPath);
+  if (units == 0) return IoStatus::kFailed;
+  order.info.ReplaceIfExists = TRUE;
+  order.info.FileNameLength = static_cast<DWORD>(units - 1) * sizeof(WCHAR);
+  return SetFileInformationByHandle(handleOf(file), FileRenameInfo, &order, sizeof order)
+             ? IoStatus::kOk
+             : lastStatus();
+}
+
 }  // namespace
 
 IoStatus openFile(const char *path, Access access, Creation creation, Sharing sharing,
                   NativeFile &file) noexcept {
   const DWORD wanted = access == Access::kReadWrite ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ;
-  const HANDLE opened = CreateFileA(path, wanted, shareModeOf(sharing), nullptr,
-                                    dispositionOf(creation), FILE_ATTRIBUTE_NORMAL, nullptr);
+  const auto open = [&](DWORD rights) {
+    return CreateFileA(path, rights, shareModeOf(sharing), nullptr, dispositionOf(creation),
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+  };
+  HANDLE opened = INVALID_HANDLE_VALUE;
+  // See replaceOpenFile; not everybody who may write may rename.
+  if (access == Access::kReadWrite && sharing == Sharing::kNone) opened = open(wanted | DELETE);
+  if (opened == INVALID_HANDLE_VALUE) opened = open(wanted);
   if (opened == INVALID_HANDLE_VALUE) return lastStatus();
-  if (GetFileType(opened) != FILE_TYPE_DISK) {
+  BY_HANDLE_FILE_INFORMATION facts;
+  const bool usable =
+      GetFileType(opened) == FILE_TYPE_DISK && GetFileInformationByHandle(opened, &facts) &&
+      // Whoever may do everything can write where the attribute is a matter of permissions only.
+      (access == Access::kRead || (facts.dwFileAttributes & FILE_ATTRIBUTE_READONLY) == 0);
+  if (!usable) {
     CloseHandle(opened);
     return IoStatus::kDenied;
   }
@@ -190,6 +221,29 @@ bool hasShareModes() noexcept { return true; }
 
 IoStatus replaceFile(const char *from, const char *to) noexcept {
   return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) ? IoStatus::kOk : lastStatus();
+}
+
+IoStatus replaceOpenFile(NativeFile from, const char *, NativeFile to, const char *toPath,
+                         const char *aside) noexcept {
+  IoStatus status = moveOpenFile(to, aside);
+  if (status != IoStatus::kOk) return status;
+  status = moveOpenFile(from, toPath);
+  if (status != IoStatus::kOk) {
+    moveOpenFile(to, toPath);
+    return status;
+  }
+  FILE_DISPOSITION_INFO removal = {TRUE};
+  SetFileInformationByHandle(handleOf(to), FileDispositionInfo, &removal, sizeof removal);
+  return IoStatus::kOk;
+}
+
+void settleReplacement(const char *path, const char *aside) noexcept {
+  constexpr int kLooks = 200;
+  constexpr DWORD kPauseMilliseconds = 5;
+  for (int i = 0; i < kLooks && !pathExists(path) && pathExists(aside); ++i) {
+    // Whoever is still at it has it open and lets nobody move it.
+    if (!MoveFileExA(aside, path, 0)) Sleep(kPauseMilliseconds);
+  }
 }
 
 IoStatus removeFile(const char *path) noexcept {

@@ -1,7 +1,16 @@
-# Compares what LIBRARY exports, as NM prints it, with the names in LIST.
-execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols
-                COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX MATCHALL "[^ \n]+\n" exported "${symbols}")
+# Compares what LIBRARY exports, as NM (or, for a DLL, OBJDUMP) prints it, with the names in LIST.
+if(LIBRARY MATCHES "\\.dll$")
+  execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE text
+                  COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table\n" "" text "${text}")
+  string(REGEX REPLACE "\n\n.*" "\n" text "${text}")
+  string(REGEX MATCHALL "\\] [^ \n]+\n" exported "${text}")
+  string(REPLACE "] " "" exported "${exported}")
+else()
+  execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY} OUTPUT_VARIABLE text
+                  COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "[^ \n]+\n" exported "${text}")
+endif()
 string(REPLACE "\n" "" exported "${exported}")
 file(STRINGS ${LIST} listed REGEX "^[A-Za-z_]")
 
