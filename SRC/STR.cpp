@@ -43,7 +43,7 @@ const char *findText(const char *text, std::string_view pattern) noexcept {
 
 std::size_t copyBounded(char *destination, std::string_view source, std::size_t capacity) noexcept {
   const std::size_t length = std::min(source.size(), capacity);
-  std::memmove(destination, source.data(), length);
+  if (length > 0) std::memmove(destination, source.data(), length);
   destination[length] = '\0';
   return length;
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 
+#include "tests/fake_com.h"
 #include "tests/indexed_table.h"
 #include "tests/refusing_memory.h"
 #include "tests/support.h"
@@ -111,8 +112,7 @@ TEST(AllocationFailure, NothingIsMadeInPart) {
        destroyWith<FldNode, zk_FldList_destroyNode>},
       {"FldList_newPoint", []() -> void * { return zk_FldList_newPoint("A", &kPoint); },
        destroyWith<FldNode, zk_FldList_destroyNode>},
-      {"FldList_fromEnvList",
-       []() -> void * { return zk_FldList_fromEnvList(lines()); },
+      {"FldList_fromEnvList", []() -> void * { return zk_FldList_fromEnvList(lines()); },
        destroyWith<FldList, zk_FldList_destroy>},
       {"FldList_fromDbFldList", []() -> void * { return zk_FldList_fromDbFldList(record()); },
        destroyWith<FldList, zk_FldList_destroy>},
@@ -313,8 +313,9 @@ TEST(AllocationFailure, TreesStayAsTheyWere) {
     EXPECT_STREQ(zk_TreeNode_getName(node), attempt.refused() ? "old" : "new");
     zk_TreeNode_destroy(node, nullptr);
   });
-  forEveryAllocation("TreeList_insChild", [](Attempt &attempt) {
-    TreeList *list = zk_TreeList_create("root", records());
+  DbCursor *const data = records();
+  forEveryAllocation("TreeList_insChild", [data](Attempt &attempt) {
+    TreeList *list = zk_TreeList_create("root", data);
     zk_TreeList_insChild(list, "root", "A", nullptr);
     zk_TreeList_search(list, "root.A");
     TreeNode *const current = list->current;
@@ -333,7 +334,8 @@ TEST(AllocationFailure, TimersAndAliasesStayAsTheyWere) {
     EXPECT_EQ(created, !attempt.refused());
     zk_Timer_clearAll();
   });
-  zk_Alias_put("KEPT", "old");  // the table stays to the end
+  // The table stays to the end, and a value that is replaced has a block of its own from then on.
+  for (const char *value : {"older", "old"}) zk_Alias_put("KEPT", value);
   const auto value = [](const char *name) {
     char text[9];
     zk_Alias_get(text, name, 8);
@@ -553,6 +555,8 @@ TEST(AllocationFailure, DiagnosticsKeepTheirFile) {
 
 class FilesWithoutMemory : public support::TableTest {
  protected:
+  const support::NoComponent noComponent_;
+
   // Names and contents of everything in the folder.
   std::map<std::string, std::string> contents() const {
     std::map<std::string, std::string> result;

@@ -25,13 +25,14 @@ namespace {
 support::Allocator ofComponent;
 }  // namespace
 
-void *operator new(std::size_t size) {
+// Not inlined: the compiler would see blocks of the one released by a part of the other.
+[[gnu::noinline]] void *operator new(std::size_t size) {
   void *block = ofComponent.refuses() ? nullptr : std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
-void operator delete(void *block) noexcept { std::free(block); }
-void operator delete(void *block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void *block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void *block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 

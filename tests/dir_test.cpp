@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/fake_com.h"
 #include "tests/fake_component.h"
 #include "tests/refusing_memory.h"
 #include "zk_baselib.h"
@@ -216,6 +217,7 @@ TEST_F(Directories, TheComponentIsAsked) {
     component.failure = E_FAIL;
     EXPECT_EQ(zk_Dir_exists("C:\\Known"), 0);
   }
+  const support::NoComponent none;
   EXPECT_EQ(zk_Dir_exists("made"), 0) << "without a component nobody knows";
 }
 

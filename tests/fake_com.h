@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "zk_baselib.h"
 #include "zk_component.h"
 
 namespace support {
@@ -120,6 +121,19 @@ class RegisteredClass {
   Factory *factory_;
   uint32_t cookie_ = 0;
   bool registered_ = false;
+};
+
+// A process without an application component, as long as it lives: its class is there, but makes
+// none.
+class NoComponent {
+ public:
+  NoComponent() { zk_Global_destroyData(); }
+  ~NoComponent() { zk_Global_destroyData(); }
+  NoComponent(const NoComponent &) = delete;
+  NoComponent &operator=(const NoComponent &) = delete;
+
+ private:
+  RegisteredClass class_{ZK_CLSID_APPLICATION, []() -> IUnknown * { return nullptr; }};
 };
 
 }  // namespace support

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 
+#include "tests/fake_com.h"
 #include "tests/fake_component.h"
 #include "tests/field_lists.h"
 #include "tests/file_calls.h"
@@ -106,6 +107,7 @@ TEST(IniLines, DisplayErrorCountsWhatItPrints) {
 
 class IniFile : public support::TableTest {
  protected:
+  const support::NoComponent noComponent_;
   const std::string file_ = path("a.ini");
 
   std::string items(const char *group) const {

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/fake_com.h"
 #include "tests/fake_component.h"
 #include "zk_baselib.h"
 
@@ -206,6 +207,7 @@ TEST_F(System, DirectoriesAreLookedUp) {
   }
   EXPECT_TRUE(fs::is_directory("made/r14"));
   EXPECT_FALSE(fs::exists("jntmp")) << "only a session's own directory is made";
+  const support::NoComponent none;
   char out[512] = "Own.txt";
   EXPECT_STREQ(zk_Sys_getCfgName(out, out), "Own.txt") << "without a component";
 }
@@ -453,8 +455,11 @@ TEST_F(System, VersionsOfModules) {
 // ---- Switches ----------------------------------------------------------------------------------
 
 TEST_F(System, ShowModeSelectionIsASetting) {
-  EXPECT_EQ(zk_Sys_getShowModeSelectGUI(), 0);
-  EXPECT_EQ(zk_Sys_setShowModeSelectGUI(1), 0) << "without a component";
+  {
+    const support::NoComponent none;
+    EXPECT_EQ(zk_Sys_getShowModeSelectGUI(), 0);
+    EXPECT_EQ(zk_Sys_setShowModeSelectGUI(1), 0) << "without a component";
+  }
   fake::Component component;
   EXPECT_EQ(zk_Sys_setShowModeSelectGUI(-12), 1);
   EXPECT_EQ(component.lines("c:\\config\\zk.ini"),

@@ -52,7 +52,7 @@ HRESULT createFromFile(const GUID &classId, const char *file, IUnknown **object)
 HRESULT createObject(const GUID &classId, const char *file, IUnknown **object) noexcept {
   *object = nullptr;
   const HRESULT result = createRegistered(classId, object);
-  return FAILED(result) && file != nullptr ? createFromFile(classId, file, object) : result;
+  return result == REGDB_E_CLASSNOTREG && file != nullptr ? createFromFile(classId, file, object) : result;
 }
 
 HRESULT registerClass(const GUID &classId, IUnknown *factory, std::uint32_t &cookie) noexcept {
