@@ -1,6 +1,8 @@
 // Point lists and vector lists, which do the same under two names, and point travel.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <functional>
 #include <limits>
 #include <sstream>
@@ -48,6 +50,9 @@ struct Family {
         name##_insAfter, name##_insNth, name##_delCurr, name##_delNth, name##_modCurr,       \
         name##_modNth, name##_search, name##_##closest                                       \
   }
+// The name that the instances have says it all.
+void PrintTo(const Family &, std::ostream *) {}
+
 const Family kFamilies[] = {FAMILY(zk_PointList, getClosestPoint),
                             FAMILY(zk_VectorList, getClosestVector)};
 
