@@ -220,6 +220,10 @@ class DyingWriter : public Interrupted {
   static constexpr int kFinished = 200;
   static constexpr int kFailed = 201;
 
+  void SetUp() override {
+    if (!processes::hasCopies()) GTEST_SKIP() << "no copies of a running program here";
+  }
+
   // Does the steps in another program that dies at the n-th call: how many were acknowledged, or
   // kFinished.
   int dieAt(const Scenario &scenario, int n, Disturbance how) {

@@ -283,6 +283,7 @@ TEST_F(IniFile, InterruptedRewriting) {
        {Disturbance::kFailOnce, Disturbance::kFailHalfway, Disturbance::kFailHalfwayAndOn,
         Disturbance::kEndBefore, Disturbance::kEndHalfway, Disturbance::kEndAfter}) {
     const bool ends = how >= Disturbance::kEndBefore && how <= Disturbance::kEndAfter;
+    if (ends && !processes::hasCopies()) continue;
     bool reached = true;
     for (int n = 1; reached && !HasFailure(); ++n) {
       SCOPED_TRACE(testing::Message() << "call " << n << ", way " << static_cast<int>(how));

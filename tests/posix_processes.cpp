@@ -96,6 +96,8 @@ int Process::wait() {
   return exitCode_;
 }
 
+bool hasCopies() { return true; }
+
 int inACopy(const std::function<int()> &work) {
   std::fflush(nullptr);
   const pid_t child = fork();

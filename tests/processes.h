@@ -64,7 +64,8 @@ class Process {
 };
 
 // Runs the work in a copy of this program as it stands, which is ended afterwards without closing
-// anything: its exit code, or -1 when it was killed. Windows has no such copies.
+// anything: its exit code, or -1 when it was killed. Not every system has such copies.
+bool hasCopies();
 int inACopy(const std::function<int()> &work);
 
 // Ends this program as hung when the next call does not come within so many seconds; 0: none comes.
