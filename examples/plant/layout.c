@@ -6,6 +6,12 @@
 
 #include "zk_baselib.h"
 
+/* A line in the user's language, before what the library prints itself. */
+static void say(const char *text, const char *messageId) {
+  printf("%s", zk_Msg(text, messageId, zk_Msg_setFormat(4)));
+  fflush(stdout);
+}
+
 /* The current record as a field list, standing at a point and looking along an axis. Null when
  * memory is refused. */
 static FldList *placedItem(int32_t table, const ZkPoint *place, const ZkVector *direction) {
@@ -42,18 +48,15 @@ int showLayout(int32_t table) {
   FldList *moved = zk_FldList_copy(item);
   FldList *difference;
   int ok = moveToPlant(moved);
-  printf("The item as a field list, moved to the plant:\n");
-  fflush(stdout);
+  say("The item as a field list, moved to the plant:", "PLANT_3");
   zk_FldList_printList(moved);
   /* Texts that differ count, and fields that the other list lacks; points never do. */
   zk_FldList_appChar(item, "STATUS", "drawn");
   zk_FldList_appChar(moved, "STATUS", "placed");
   zk_FldList_appChar(moved, "AREA", "Rack 1");
   difference = zk_FldList_diff(moved, item, 1);
-  printf("What the moved one says differently:\n");
-  fflush(stdout);
+  say("What the moved one says differently:", "PLANT_4");
   zk_FldList_printList(difference);
-  fflush(stdout);
   ok = ok && difference != NULL && zk_FldList_count(difference) == 2;
   zk_FldList_destroy(difference);
   zk_FldList_destroy(moved);

@@ -4,7 +4,9 @@
  *
  *     plant_demo [DIRECTORY [CSV-FILE]]
  *
- * The table is made in the directory (default: the current one). */
+ * The table is made in the directory (default: the current one). HEAVIEST in the group PLANT of
+ * zk.ini says how many of the heaviest items are shown; PLANT_<language>.dbf may translate the
+ * messages. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -40,6 +42,19 @@ static int failed(const char *what) {
   fprintf(stderr, "plant_demo: %s: %s (%ld) %s\n", what, zk_DbError_text(), (long)zk_DbError_code(),
           zk_DbError_file());
   return 0;
+}
+
+/* ---- Settings and messages ---- */
+
+/* A line in the user's language, where there is a message table for it. */
+static void say(const char *text, const char *messageId) {
+  printf("%s", zk_Msg(text, messageId, zk_Msg_setFormat(4)));
+}
+
+/* A number from the group PLANT of zk.ini; the fallback where it is not set. */
+static int numberSetting(const char *name, int fallback) {
+  const char *value = zk_Env_getIni("PLANT", name);
+  return value != NULL ? atoi(value) : fallback;
 }
 
 /* ---- Making the table ---- */
@@ -166,7 +181,7 @@ static int showItems(int32_t table) {
     printItem(zk_DbCursor_getCurrFldList(items));
     zk_DbCursor_next(items);
   }
-  printf("Totals by line:\n");
+  say("Totals by line:", "PLANT_1");
   printTotal(items, "CW-100");
   printTotal(items, "HS-200");
   printTotal(items, "PR-300");
@@ -181,7 +196,7 @@ static int showItems(int32_t table) {
 static int makeIndex(int32_t table) {
   zk_Db_createNdx(table, "", "TAG,WEIGHT", 0);
   if (zk_DbError_code() != 0) return failed("createNdx");
-  printf("Indexed by TAG and by WEIGHT\n");
+  say("Indexed by TAG and by WEIGHT", "PLANT_2");
   return 1;
 }
 
@@ -277,11 +292,12 @@ static int packTable(int32_t table) {
 
 static int useTable(int32_t table, const char *csvFile) {
   return appendFile(table, csvFile) && showItems(table) && makeIndex(table) &&
-         showHeaviest(table, 3) && seekItem(table, "V-2006") && seekItem(table, "P-2005") &&
-         showMatches(table, "WEIGHT >= 100 .AND. LINE = 'CW'") && layOutItem(table, "V-2006") &&
-         lengthenPipe(table, "P-1008") && deleteItem(table, "T-2008") &&
-         deleteItem(table, "V-3006") && deleteItem(table, "P-3009") &&
-         recallItem(table, "V-3006") && packTable(table) && seekItem(table, "P-3009");
+         showHeaviest(table, numberSetting("HEAVIEST", 3)) && seekItem(table, "V-2006") &&
+         seekItem(table, "P-2005") && showMatches(table, "WEIGHT >= 100 .AND. LINE = 'CW'") &&
+         layOutItem(table, "V-2006") && lengthenPipe(table, "P-1008") &&
+         deleteItem(table, "T-2008") && deleteItem(table, "V-3006") &&
+         deleteItem(table, "P-3009") && recallItem(table, "V-3006") && packTable(table) &&
+         seekItem(table, "P-3009");
 }
 
 int main(int argc, char **argv) {
