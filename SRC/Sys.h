@@ -10,7 +10,7 @@ namespace zk {
 
 base::String netDirectory();
 base::String localDirectory();
-// The specification directory, or the one below it that `subDirectory` (null: none) names.
+// The directory of specs, or the one below it that `subDirectory` (null: none) names.
 base::String specDirectory(const char *subDirectory);
 base::String binDirectory();
 // With `perSession` the session's own directory, which is made where it does not exist.

@@ -107,8 +107,7 @@ int FilePair::rename() noexcept {
 // The same with the table open, so that nobody comes in between.
 int FilePair::renameOpen(const File &liveTable) noexcept {
   if (platform::replaceOpenFile(table_.handle(), newTablePath_.c_str(), liveTable.handle(),
-                                tablePath_.c_str(),
-                                asideName_.c_str()) != IoStatus::kOk) {
+                                tablePath_.c_str(), asideName_.c_str()) != IoStatus::kOk) {
     return refused(kErrRenaming, tablePath_);
   }
   tableInPlace_ = true;

@@ -134,7 +134,9 @@ TEST_F(Directories, ParentOfAPath) {
   const char *parent = zk_Dir_getParent("c:\\a\\b\\c");
   parent = zk_Dir_getParent(parent);
   EXPECT_STREQ(zk_Dir_getParent(parent), "c:\\") << "its own result is a path, too";
-  EXPECT_TRUE(fs::equivalent(zk_Dir_getParent("file"), root()));
+  std::string here = zk_Dir_getParent("file");
+  here.pop_back();  // a separator
+  EXPECT_TRUE(fs::equivalent(here, root())) << here;
 }
 
 TEST_F(Directories, ListGivesNamesInLowerCase) {

@@ -1,6 +1,7 @@
 // The library's calls that change files, counted, and the n-th of them disturbed: the program ends
 // there, or the disk is full. And its reads, so that something can happen between two of them. How
-// the library's calls come here is the system's matter: posix_file_calls.cpp, windows_file_calls.cpp.
+// the library's calls come here is the system's matter: posix_file_calls.cpp,
+// windows_file_calls.cpp.
 #pragma once
 
 #include <functional>

@@ -248,7 +248,8 @@ class IndexBuildTest : public testing::Test {
 
   std::set<std::string> files() const {
     std::set<std::string> names;
-    for (const auto &entry : fs::directory_iterator(folder_)) names.insert(entry.path().filename().string());
+    for (const auto &entry : fs::directory_iterator(folder_))
+      names.insert(entry.path().filename().string());
     return names;
   }
 
@@ -362,7 +363,8 @@ TEST_F(IndexBuildTest, SortingThroughAWorkingFileGivesTheSameFile) {
   context_.progress = [](const char *stage, int64_t part, int64_t whole, void *) {
     EXPECT_TRUE(stage == std::string("Sorting") || stage == std::string("Creating Tag")) << stage;
     done = part, total = whole;
-    for (const auto &entry : fs::directory_iterator(".")) seen.insert(entry.path().filename().string());
+    for (const auto &entry : fs::directory_iterator("."))
+      seen.insert(entry.path().filename().string());
   };
   // 16 records at a time and then some: two rounds of merges, one round, a few runs.
   for (const std::size_t budget : {std::size_t{1}, std::size_t{8000}, std::size_t{100000}}) {
@@ -657,8 +659,8 @@ TEST_F(IndexBuildTest, RefusedMemoryLeavesNothingBehind) {
 TEST_F(IndexBuildTest, AFullDiskLeavesNothingBehind) {
   Table &table = openRows(randomRows(20000, 5));
   // In the midst of the sorted runs, or at once in the index file.
-  for (const auto &[budget, write] : {std::pair{std::size_t{50000}, 3},
-                                      std::pair{KeySorter::kDefaultBudget, 1}}) {
+  for (const auto &[budget, write] :
+       {std::pair{std::size_t{50000}, 3}, std::pair{KeySorter::kDefaultBudget, 1}}) {
     file_calls::disturb(write, file_calls::Disturbance::kFailFromThere);
     const int status = build(table, {plain("COUNT", "COUNT")}, budget);
     EXPECT_TRUE(file_calls::calm());

@@ -40,8 +40,8 @@ void redirect(const void *from, const void *to) {
 // A call that goes through `replacement` from the first disturbance on.
 template <typename Function>
 Function *redirected(const char *name, Function *replacement) {
-  const auto address = reinterpret_cast<const void *>(
-      GetProcAddress(GetModuleHandleA("kernel32.dll"), name));
+  const auto address =
+      reinterpret_cast<const void *>(GetProcAddress(GetModuleHandleA("kernel32.dll"), name));
   redirect(address, reinterpret_cast<const void *>(replacement));
   return reinterpret_cast<Function *>(const_cast<void *>(address));
 }

@@ -15,8 +15,8 @@ typedef void *(*Query)(int, const char *, const char *, void *);
 typedef int (*OfList)(void *);
 typedef void *(*ListOf)(void *);
 typedef const char *(*TextOf)(void *, const char *);
-typedef int (*SetAllocator)(void *(*)(size_t), void *(*)(void *, size_t),
-                            void *(*)(size_t, size_t), void (*)(void *));
+typedef int (*SetAllocator)(void *(*)(size_t), void *(*)(void *, size_t), void *(*)(size_t, size_t),
+                            void (*)(void *));
 
 static HMODULE library;
 static int allocations;

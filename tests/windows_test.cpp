@@ -93,8 +93,8 @@ TEST_F(Windows, MessagesAreDispatchedWhileALockIsWaitedFor) {
 
   std::vector<int> meanwhile;
   const Listener listener([&] {
-    meanwhile = {append(first), zk_Db_topRec(first, -1), zk_Db_closeDb(first),
-                 zk_Db_packDb(first), append(second), zk_Db_topRec(second, -1)};
+    meanwhile = {append(first),       zk_Db_topRec(first, -1), zk_Db_closeDb(first),
+                 zk_Db_packDb(first), append(second),          zk_Db_topRec(second, -1)};
     EXPECT_EQ(zk_Db_closeAll(), kLocked);
     other.tell("enough");
   });
@@ -168,8 +168,8 @@ TEST_F(Windows, OneTableByAnyOfItsNames) {
   for (char &c : slashes) c = c == '\\' ? '/' : c;
   std::string lower = full;
   CharLowerA(lower.data());
-  const std::vector<std::string> names = {full,         slashes, lower, full.substr(0, 2) + "T.DBF",
-                                          full.substr(2), "t.dbf", "t",   ".\\T"};
+  const std::vector<std::string> names = {
+      full, slashes, lower, full.substr(0, 2) + "T.DBF", full.substr(2), "t.dbf", "t", ".\\T"};
   const int32_t only = openTable(full, 2);
   ASSERT_GE(only, 0);
   for (const std::string &name : names) {
@@ -181,9 +181,8 @@ TEST_F(Windows, OneTableByAnyOfItsNames) {
     const int32_t opened = openTable(name);
     EXPECT_GE(opened, 0) << name;
     EXPECT_EQ(zk_Db_closeDb(opened), 0);
-    EXPECT_EQ(zk_File_hasAccess((name + (name.back() == 'F' || name.back() == 'f' ? "" : ".dbf"))
-                                    .c_str(),
-                                6),
+    EXPECT_EQ(zk_File_hasAccess(
+                  (name + (name.back() == 'F' || name.back() == 'f' ? "" : ".dbf")).c_str(), 6),
               1)
         << name;
   }
@@ -242,8 +241,8 @@ TEST_F(Windows, TimesAreSecondsSince1970InUtc) {
     EXPECT_EQ(utc.wHour, time / 3600 % 24);
   }
   // The 22nd century does not fit.
-  const HANDLE file = CreateFileA(path("a").c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr,
-                                  OPEN_EXISTING, 0, nullptr);
+  const HANDLE file =
+      CreateFileA(path("a").c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   const SYSTEMTIME late = {2100, 1, 0, 1, 0, 0, 0, 0};
   FILETIME fileTime = {};
   SystemTimeToFileTime(&late, &fileTime);

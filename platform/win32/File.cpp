@@ -220,7 +220,18 @@ IoStatus unlockRange(NativeFile file, std::uint64_t start, std::uint64_t length)
 bool hasShareModes() noexcept { return true; }
 
 IoStatus replaceFile(const char *from, const char *to) noexcept {
-  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) ? IoStatus::kOk : lastStatus();
+  // A file that somebody reads just now cannot be replaced.
+  constexpr int kTries = 20;
+  constexpr DWORD kPauseMilliseconds = 5;
+  for (int i = 1;; ++i) {
+    if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING)) return IoStatus::kOk;
+    const IoStatus status = lastStatus();
+    const DWORD attributes = GetFileAttributesA(to);
+    const bool mayPass = status == IoStatus::kDenied && attributes != INVALID_FILE_ATTRIBUTES &&
+                         (attributes & (FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY)) == 0;
+    if (i == kTries || !mayPass) return status;
+    Sleep(kPauseMilliseconds);
+  }
 }
 
 IoStatus replaceOpenFile(NativeFile from, const char *, NativeFile to, const char *toPath,

@@ -125,13 +125,19 @@ bool listDirectory(const char *path, base::Vector<DirectoryEntry> &entries) {
 
 base::String fullPath(const char *name) {
   if (*name == '\0') name = ".";
-  base::String path(MAX_PATH, '\0');
-  for (;;) {
-    const DWORD size = static_cast<DWORD>(path.size());
-    const DWORD length = GetFullPathNameA(name, size, path.data(), nullptr);
-    path.resize(length);
-    if (length < size) return path;
-  }
+  // By way of wide characters: the narrow call takes short paths only.
+  const int units = MultiByteToWideChar(CP_ACP, 0, name, -1, nullptr, 0);
+  base::Vector<WCHAR> given(static_cast<std::size_t>(units));
+  MultiByteToWideChar(CP_ACP, 0, name, -1, given.data(), units);
+  const DWORD size = GetFullPathNameW(given.data(), 0, nullptr, nullptr);
+  base::Vector<WCHAR> full(size);
+  const DWORD length = size == 0 ? 0 : GetFullPathNameW(given.data(), size, full.data(), nullptr);
+  if (length == 0 || length >= size) return {};  // another thread changed the directory
+  const int wide = static_cast<int>(length);
+  const int bytes = WideCharToMultiByte(CP_ACP, 0, full.data(), wide, nullptr, 0, nullptr, nullptr);
+  base::String path(static_cast<std::size_t>(bytes), '\0');
+  WideCharToMultiByte(CP_ACP, 0, full.data(), wide, path.data(), bytes, nullptr, nullptr);
+  return path;
 }
 
 base::String temporaryDirectory() {
@@ -149,7 +155,16 @@ bool networkName(const char *drive, base::String &remote) {
 }
 
 std::FILE *openStream(const char *path, const char *mode) noexcept {
-  return std::fopen(path, mode);
+  // While another program puts a new file in its place the file cannot be opened.
+  constexpr int kTries = 20;
+  constexpr DWORD kPauseMilliseconds = 5;
+  for (int i = 1;; ++i) {
+    std::FILE *stream = std::fopen(path, mode);
+    if (stream != nullptr || i == kTries || GetLastError() != ERROR_SHARING_VIOLATION) {
+      return stream;
+    }
+    Sleep(kPauseMilliseconds);
+  }
 }
 
 std::int64_t streamLength(std::FILE *stream) noexcept {
